@@ -1,0 +1,22 @@
+# The libraries that more than one room may use. What serves one room alone
+# (GTest, Benchmark, LibXml2) is found in that room.
+
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+find_package(Boost 1.74 REQUIRED)      # Boost::headers
+find_package(log4cplus REQUIRED)       # log4cplus::log4cplus
+find_package(pugixml REQUIRED)         # pugixml::pugixml
+
+# Debian's log4cplus asks those who link it for two libraries that only it needs,
+# by the paths of the machine that it was packaged on; a system root has others.
+set_target_properties(log4cplus::log4cplus PROPERTIES INTERFACE_LINK_LIBRARIES "")
+
+if(GUEST_SERVICES_HOST)
+  find_package(CLI11 REQUIRED)         # CLI11::CLI11
+
+  # Header only, and without a package file of its own.
+  find_path(DTL_INCLUDE_DIR dtl/dtl.hpp REQUIRED)
+  add_library(dtl INTERFACE)
+  add_library(dtl::dtl ALIAS dtl)
+  target_include_directories(dtl SYSTEM INTERFACE "${DTL_INCLUDE_DIR}")
+endif()

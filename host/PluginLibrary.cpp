@@ -1,0 +1,45 @@
+#include "host/PluginLibrary.h"
+
+#include <dlfcn.h>
+
+namespace host {
+namespace {
+
+template <typename Function>
+Function FindFunction(void* handle, const std::string& path, const char* name) {
+  void* const symbol = dlsym(handle, name);
+  if (symbol == nullptr) throw PluginError(path + ": exports no " + name);
+  return reinterpret_cast<Function>(symbol);
+}
+
+}  // namespace
+
+void PluginLibrary::Unload::operator()(void* handle) const { dlclose(handle); }
+
+PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
+  // With a slash, so that the library search path is not consulted.
+  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+  handle_.reset(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!handle_) throw PluginError("cannot load the plug-in: " + std::string(dlerror()));
+  const auto getNames = FindFunction<GetAgentNameFunc>(handle_.get(), path_, "GetAgentName");
+  const auto getFactory =
+      FindFunction<GetCreationFuncFunc>(handle_.get(), path_, "GetCreationFunc");
+  getNames(names_);
+  factory_ = getFactory();
+  if (factory_ == nullptr) throw PluginError(path_ + ": GetCreationFunc gives no factory");
+}
+
+std::unique_ptr<IDriver> PluginLibrary::CreateAgent(IInstanceManager& instanceManager) const {
+  std::unique_ptr<IDriver> agent;
+  try {
+    agent.reset(factory_(instanceManager));
+  } catch (const std::exception& error) {
+    throw PluginError(path_ + ": the agent's construction failed: " + error.what());
+  } catch (...) {
+    throw PluginError(path_ + ": the agent's construction failed");
+  }
+  if (!agent) throw PluginError(path_ + ": the factory gives no agent");
+  return agent;
+}
+
+}  // namespace host

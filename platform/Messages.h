@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/Types.h"
+
+/// A command that the host received: a name and named parameters. Owned by the host; valid during
+/// the host call that hands it over. [any time]
+class PLATFORM_API ICmdMessage {
+ public:
+  virtual ~ICmdMessage();
+
+  /// The value of parameter `name`; "" when it is absent. `GetParamText` gives the same.
+  virtual std::string GetParam(const std::string& name) const = 0;
+  virtual std::string GetParamText(const std::string& name) const = 0;
+  /// The value read as `qx::ToInt` reads it; 0 when the parameter is absent.
+  virtual int GetParamInt(const std::string& name) const = 0;
+  virtual const std::string& GetName() const = 0;
+};
+
+/// Takes the answer of a command. Owned by the host; a driver only passes it on.
+class PLATFORM_API ICmdReturn {
+ public:
+  virtual ~ICmdReturn();
+
+  virtual void SetValue(const std::string& value) = 0;
+};
+
+/// A bound call under construction: what is sent to the devices bound to a binding.
+class PLATFORM_API IBindMessage {
+ public:
+  struct Param {
+    std::string name;
+    std::string type;
+    unsigned int value;
+  };
+
+  virtual ~IBindMessage();
+
+  virtual void SetCommand(int kind, const std::string& name) = 0;
+  virtual void AddParam(const std::string& name, const std::string& type, unsigned int value) = 0;
+
+  virtual int GetKind() const = 0;
+  virtual const std::string& GetCommand() const = 0;
+  virtual const std::vector<Param>& GetParams() const = 0;
+};

@@ -1,0 +1,104 @@
+#include "platform/ParsedText.h"
+
+#include <new>
+
+#include "platform/XmlText.h"
+
+namespace qx {
+namespace {
+
+// All that may stand beside the root is kept, so that it is seen.
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_fragment | pugi::parse_pi |
+                                   pugi::parse_doctype | pugi::parse_declaration;
+
+bool IsText(pugi::xml_node node) {
+  return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+void AppendStartTag(std::string& out, pugi::xml_node element) {
+  out += '<';
+  out += element.name();
+  for (const pugi::xml_attribute attribute : element.attributes()) {
+    AppendAttribute(out, attribute.name(), attribute.value());
+  }
+}
+
+}  // namespace
+
+bool ParsedText::Parse(std::string_view text) {
+  if (text.find('\0') != std::string_view::npos) return false;
+  text_ = text;
+  const pugi::xml_parse_result result =
+      document_.load_buffer_inplace(text_.data(), text_.size(), kParseOptions, pugi::encoding_utf8);
+  if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
+  if (!result) return false;
+  root_ = FirstElement(document_.first_child());
+  return root_ && !root_.next_sibling();
+}
+
+bool ParsedText::IsDeeperThan(int levels) const {
+  int depth = 1;
+  for (pugi::xml_node node = root_; node;) {
+    if (const pugi::xml_node child = FirstElement(node.first_child())) {
+      if (++depth > levels) return true;
+      node = child;
+      continue;
+    }
+    pugi::xml_node next;
+    while (node != root_ && !(next = FirstElement(node.next_sibling()))) {
+      node = node.parent();
+      --depth;
+    }
+    node = next;
+  }
+  return false;
+}
+
+pugi::xml_node FirstElement(pugi::xml_node node) {
+  while (node && node.type() != pugi::node_element) node = node.next_sibling();
+  return node;
+}
+
+void AppendElement(std::string& out, pugi::xml_node element) {
+  bool startTagOpen = false;
+  const auto closeStartTag = [&] {
+    if (startTagOpen) out += '>';
+    startTagOpen = false;
+  };
+  // Not recursive: elements that were built, not parsed, may be nested to any depth.
+  for (pugi::xml_node node = element; node;) {
+    if (IsText(node) && *node.value() != '\0') {
+      closeStartTag();
+      AppendEscaped(out, node.value());
+    } else if (node.type() == pugi::node_element) {
+      closeStartTag();
+      AppendStartTag(out, node);
+      startTagOpen = true;
+      if (node.first_child()) {
+        node = node.first_child();
+        continue;
+      }
+    }
+    // On to the next node, closing what ends on the way.
+    for (;;) {
+      if (node.type() == pugi::node_element) {
+        out += startTagOpen ? "/>" : std::string("</").append(node.name()).append(">");
+        startTagOpen = false;
+      }
+      if (node == element) return;
+      if (node.next_sibling()) break;
+      node = node.parent();
+    }
+    node = node.next_sibling();
+  }
+}
+
+void AppendAttribute(std::string& out, std::string_view name, std::string_view value) {
+  out += ' ';
+  out += name;
+  out += "=\"";
+  AppendEscaped(out, value);
+  out += '"';
+}
+
+}  // namespace qx

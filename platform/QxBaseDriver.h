@@ -1,0 +1,95 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "platform/Dispatchers.h"
+#include "platform/Interfaces.h"
+#include "platform/Messages.h"
+#include "platform/SystemEvent.h"
+#include "platform/Types.h"
+#include "platform/XmlNode.h"
+
+namespace qx {
+class IHost;
+}
+
+/// How the host drives a driver. Every operation, the destructor included, is a [host call]; what
+/// a driver throws reaches the host.
+class PLATFORM_API IDriver {
+ public:
+  virtual ~IDriver();
+
+  virtual void LateInitialize() = 0;
+  /// The state to persist, as a new element.
+  virtual boost::shared_ptr<qx::XmlNode> GetPersistXml() = 0;
+  /// Hands over an ordinary command. `answer` belongs to the host and may be null.
+  virtual void ExecuteCommand(const ICmdMessage& message, ICmdReturn* answer,
+                              unsigned int source) = 0;
+  /// Hands over a user-interface request and returns its answer.
+  virtual boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message) = 0;
+  virtual void OnTimerExpired(ID::Timer timer, time_t now) = 0;
+  /// Starts the driver; `state` is what it last persisted, or empty.
+  virtual int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
+                         boost::shared_ptr<qx::XmlNode> state) = 0;
+};
+
+/// The functions that a plug-in exports, by these names.
+extern "C" {
+using CreationFunc = IDriver* (*)(IInstanceManager&);
+using GetAgentNameFunc = void (*)(std::vector<std::string>& names);
+using GetCreationFuncFunc = CreationFunc (*)();
+}
+
+/// The base of every driver. It does nothing itself: what a driver asks of it goes to the
+/// `qx::IHost` that the instance manager knows.
+class PLATFORM_API QxBaseDriver : public IDriver {
+ public:
+  void LateInitialize() override;
+  boost::shared_ptr<qx::XmlNode> GetPersistXml() override;
+  void ExecuteCommand(const ICmdMessage& message, ICmdReturn* answer, unsigned int source) override;
+  boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message) override;
+  void OnTimerExpired(ID::Timer timer, time_t now) override;
+  int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
+                 boost::shared_ptr<qx::XmlNode> state) override;
+
+ protected:
+  /// Throws `std::runtime_error` when `instanceManager`, which must outlive the driver, knows no
+  /// host.
+  QxBaseDriver(IInstanceManager& instanceManager, QxDriverType type,
+               DriverMultiplicity multiplicity);
+
+  // Each of these is a [call out] to the operation of the same name in `qx::IHost`.
+  ID::Timer AddTimer(unsigned int period, unsigned int unit, bool once);
+  void KillTimer(ID::Timer& timer, bool clear);
+  void FireEvent(unsigned int event);
+  void SendDataToUI(const boost::shared_ptr<qx::XmlNode>& element) const;
+  void SendBoundCall(unsigned int bindingId, const IBindMessage& message, ICmdReturn* answer) const;
+  void AddDynamicBinding(unsigned int id, BindingType type, bool first, const std::string& name,
+                         const std::string& bindingClass, bool second, bool third,
+                         const char* text);
+  void RemoveDynamicBinding(unsigned int id);
+  void RegisterListener(ISystemEventCallback& listener, qx::SystemEventData::Code code,
+                        unsigned int argument);
+  void UnregisterListener(ISystemEventCallback& listener, qx::SystemEventData::Code code,
+                          unsigned int argument);
+  void EmRemoveByOwner(unsigned int id, CI_OWNER_ID_TYPE ownerType);
+  unsigned int GetDeviceId() const;
+
+  /// A new, empty message.
+  boost::shared_ptr<IBindMessage> CreateBindMessage() const;
+  IInstanceManager& GetInstanceManager() const { return instanceManager_; }
+  /// Stores the answer of a command; nothing when `answer` is null.
+  void setReturnValue(ICmdReturn* answer, const std::string& value) const;
+
+  CmdDispatcher& GetCmdDispatcher() { return cmdDispatcher_; }
+  UICmdDispatcher& GetUICmdDispatcher() { return uiCmdDispatcher_; }
+
+ private:
+  IInstanceManager& instanceManager_;
+  qx::IHost& host_;
+  CmdDispatcher cmdDispatcher_;
+  UICmdDispatcher uiCmdDispatcher_;
+};

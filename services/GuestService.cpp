@@ -1,0 +1,110 @@
+#include "services/GuestService.h"
+
+#include <charconv>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+void AppendNumber(std::string& text, int number, std::size_t width) {
+  char digits[16];
+  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  const auto length = static_cast<std::size_t>(end - digits);
+  if (length < width) text.append(width - length, '0');
+  text.append(digits, length);
+}
+
+/// Reads MM/DD/YYYY HH:MM:SS by position; the separators are not looked at, and the seconds may be
+/// cut short.
+QxTime ParseDateTime(const std::string& text) {
+  constexpr std::size_t kSecondPosition = 17;
+  if (text.size() < kSecondPosition) throw std::out_of_range("basic_string::substr");
+  const auto piece = [&](std::size_t position, std::size_t length) {
+    return qx::ToInt(text.substr(position, length).c_str());
+  };
+  const int second = piece(kSecondPosition, 2);
+  const int minute = piece(14, 2);
+  const int hour = piece(11, 2);
+  const int day = piece(3, 2);
+  const int month = piece(0, 2);
+  const int year = piece(6, 4);
+  return QxTime(year, month, day, hour, minute, second);
+}
+
+}  // namespace
+
+GuestService::GuestService(unsigned int serviceId, const std::string& serviceName,
+                           const std::string& serviceDescription, int iconNumber, int delayMinutes,
+                           const std::string& requestCode)
+    : GuestServiceBase(serviceId),
+      name(serviceName),
+      description(serviceDescription),
+      icon(iconNumber),
+      delay(delayMinutes),
+      operarequest(requestCode) {}
+
+void GuestService::FromXml(const boost::shared_ptr<qx::XmlNode>& element) {
+  id = static_cast<unsigned int>(element->GetAttributeNumber("id"));
+  name = element->GetAttribute("name");
+  description = element->GetAttribute("description");
+  icon = element->GetAttributeNumber("icon");
+  delay = element->GetAttributeNumber("delay");
+  operarequest = element->GetAttribute("operarequest");
+  state = element->GetAttributeNumber("state");
+  const boost::shared_ptr<qx::XmlNode> time = element->GetChild("request_time");
+  if (!time) return;
+  if (time->HasAttribute("DATETIME")) {
+    request_time = ParseDateTime(time->GetAttribute("DATETIME"));
+    return;
+  }
+  const int second = time->GetAttributeNumber("SEC");
+  const int minute = time->GetAttributeNumber("MIN");
+  const int hour = time->GetAttributeNumber("HOUR");
+  const int day = time->GetAttributeNumber("DAY");
+  const int month = time->GetAttributeNumber("MONTH");
+  const int year = time->GetAttributeNumber("YEAR");
+  request_time = QxTime(year, month, day, hour, minute, second);
+}
+
+boost::shared_ptr<qx::XmlNode> GuestService::ToXml(bool dateTimeAsText) const {
+  boost::shared_ptr<qx::XmlNode> element = qx::CreateXmlNode();
+  element->Initialize("guest_service", "");
+  element->SetAttributeNumber("id", static_cast<int>(id));
+  element->SetAttribute("name", name);
+  element->SetAttribute("description", description);
+  std::string iconText;
+  AppendNumber(iconText, icon, 0);
+  element->SetAttribute("icon", iconText);
+  element->SetAttributeNumber("delay", delay);
+  element->SetAttribute("operarequest", operarequest);
+  element->SetAttributeNumber("state", state);
+  const boost::shared_ptr<qx::XmlNode> time = qx::CreateXmlNode("request_time", "");
+  if (dateTimeAsText) {
+    time->SetAttribute("DATETIME", GetRequestTimeString());
+  } else {
+    time->SetAttributeNumber("YEAR", request_time.GetYear());
+    time->SetAttributeNumber("MONTH", request_time.GetMonth());
+    time->SetAttributeNumber("DAY", request_time.GetDay());
+    time->SetAttributeNumber("HOUR", request_time.GetHour());
+    time->SetAttributeNumber("MIN", request_time.GetMinute());
+    time->SetAttributeNumber("SEC", request_time.GetSecond());
+  }
+  element->AddChild(time);
+  return element;
+}
+
+std::string GuestService::GetRequestTimeString() const {
+  std::string text;
+  AppendNumber(text, request_time.GetMonth(), 2);
+  text += '/';
+  AppendNumber(text, request_time.GetDay(), 2);
+  text += '/';
+  AppendNumber(text, request_time.GetYear(), 4);
+  text += ' ';
+  AppendNumber(text, request_time.GetHour(), 2);
+  text += ':';
+  AppendNumber(text, request_time.GetMinute(), 2);
+  text += ':';
+  AppendNumber(text, request_time.GetSecond(), 2);
+  return text;
+}

@@ -28,8 +28,10 @@ void AppendStartTag(std::string& out, pugi::xml_node element) {
 bool ParsedText::Parse(std::string_view text) {
   if (text.find('\0') != std::string_view::npos) return false;
   text_ = text;
-  const pugi::xml_parse_result result =
-      document_.load_buffer_inplace(text_.data(), text_.size(), kParseOptions, pugi::encoding_utf8);
+  // With the closing NUL: the parser overwrites the last byte that it is given, and would not see a
+  // single character after the root.
+  const pugi::xml_parse_result result = document_.load_buffer_inplace(
+      text_.data(), text_.size() + 1, kParseOptions, pugi::encoding_utf8);
   if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
   if (!result) return false;
   root_ = FirstElement(document_.first_child());

@@ -91,18 +91,20 @@ void AppendHex(std::string& out, char c) {
   out += kDigits[byte & 15];
 }
 
-std::string Escape(std::string_view text, std::string_view special) {
+// Outside quotes only what would break the line, or make it no text, is escaped: the line is to
+// show what was sent.
+std::string Escape(std::string_view text, bool inQuotes) {
   std::string out;
   while (!text.empty()) {
     const char c = text.front();
     const int length = qx::Utf8Length(text);
-    if (special.find(c) != std::string_view::npos) {
+    if (inQuotes && (c == '"' || c == '\\')) {
       (out += '\\') += c;
     } else if (c == '\n') {
       out += "\\n";
     } else if (c == '\t') {
       out += "\\t";
-    } else if (length < 0 || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+    } else if (length < 0 || static_cast<unsigned char>(c) < 0x20 || (inQuotes && c == 0x7F)) {
       AppendHex(out, c);
     } else {
       out += text.substr(0, static_cast<std::size_t>(length));
@@ -120,8 +122,8 @@ std::string FormatLine(const HostCall& call) { return std::visit(LineOf(), call)
 
 bool IsVerbose(const HostCall& call) { return std::visit(VerboseOnly(), call); }
 
-std::string Quote(std::string_view text) { return '"' + Escape(text, "\"\\") + '"'; }
+std::string Quote(std::string_view text) { return '"' + Escape(text, true) + '"'; }
 
-std::string ToOneLine(std::string_view text) { return Escape(text, ""); }
+std::string ToOneLine(std::string_view text) { return Escape(text, false); }
 
 }  // namespace host

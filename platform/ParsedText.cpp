@@ -25,13 +25,14 @@ void AppendStartTag(std::string& out, pugi::xml_node element) {
 
 }  // namespace
 
-bool ParsedText::Parse(std::string_view text) {
+bool ParsedText::Parse(std::string_view text, bool keepBlanks) {
   if (text.find('\0') != std::string_view::npos) return false;
   text_ = text;
-  // With the closing NUL: the parser overwrites the last byte that it is given, and would not see a
-  // single character after the root.
-  const pugi::xml_parse_result result = document_.load_buffer_inplace(
-      text_.data(), text_.size() + 1, kParseOptions, pugi::encoding_utf8);
+  const unsigned options = keepBlanks ? kParseOptions | pugi::parse_ws_pcdata : kParseOptions;
+  // With the NUL that ends it: else the parser would take the last character for the end, and not
+  // see it where it stands alone after the root.
+  const pugi::xml_parse_result result =
+      document_.load_buffer_inplace(text_.data(), text_.size() + 1, options, pugi::encoding_utf8);
   if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
   if (!result) return false;
   root_ = FirstElement(document_.first_child());

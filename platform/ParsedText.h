@@ -9,8 +9,9 @@ namespace qx {
 /// A parsed XML text, kept alive by every element that is a place in it.
 class ParsedText {
  public:
-  /// False when `text` does not parse to exactly one element. Throws `std::bad_alloc` only.
-  bool Parse(std::string_view text);
+  /// False when `text` does not parse to exactly one element. Text of nothing but white space is
+  /// left out unless `keepBlanks`. Throws `std::bad_alloc` only.
+  bool Parse(std::string_view text, bool keepBlanks);
 
   pugi::xml_node GetRoot() const { return root_; }
   bool IsDeeperThan(int levels) const;

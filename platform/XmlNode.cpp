@@ -171,7 +171,7 @@ void XmlNode::Read() const {
   text.append(name_.empty() ? kPlaceholderName : name_).append(attributes_).append(1, '>');
   text.append(text_).append(children_);
   text.append("</").append(name_.empty() ? kPlaceholderName : name_).append(1, '>');
-  source->Parse(text);
+  source->Parse(text, true);
   parsed_ = source->GetRoot().internal_object();
   source_ = source;
 }
@@ -188,16 +188,18 @@ void XmlNode::Write() {
     AppendAttribute(attributes, attribute.name(), attribute.value());
     names |= NameBit(attribute.name());
   }
+  std::string text;  // what stands before the first child; what comes later is left in its place
   std::string children;
   for (const pugi::xml_node node : element.children()) {
     if (node.type() == pugi::node_element) {
       AppendElement(children, node);
     } else if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata) {
-      AppendEscaped(children, node.value());
+      AppendEscaped(children.empty() ? text : children, node.value());
     }
   }
   name_ = element.name();
   attributes_ = std::move(attributes);
+  text_ = std::move(text);
   children_ = std::move(children);
   attributeNames_ = names;
   written_ = true;
@@ -229,7 +231,7 @@ boost::shared_ptr<XmlNode> CreateXmlNode(std::string_view name, std::string_view
 
 boost::shared_ptr<XmlDocument> CreateXmlDocument(std::string_view text) {
   const auto source = boost::make_shared<ParsedText>();
-  if (!source->Parse(text) || source->IsDeeperThan(kMaxDepth)) return {};
+  if (!source->Parse(text, false) || source->IsDeeperThan(kMaxDepth)) return {};
   return boost::make_shared<XmlDocument>(
       boost::make_shared<XmlNode>(source, source->GetRoot().internal_object()));
 }

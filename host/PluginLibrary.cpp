@@ -24,8 +24,15 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
   const auto getNames = FindFunction<GetAgentNameFunc>(handle_.get(), path_, "GetAgentName");
   const auto getFactory =
       FindFunction<GetCreationFuncFunc>(handle_.get(), path_, "GetCreationFunc");
-  getNames(names_);
-  factory_ = getFactory();
+  // What they throw would outlive the library that it is of.
+  try {
+    getNames(names_);
+    factory_ = getFactory();
+  } catch (const std::exception& error) {
+    throw PluginError(path_ + ": GetAgentName or GetCreationFunc failed: " + error.what());
+  } catch (...) {
+    throw PluginError(path_ + ": GetAgentName or GetCreationFunc failed");
+  }
   if (factory_ == nullptr) throw PluginError(path_ + ": GetCreationFunc gives no factory");
 }
 

@@ -1,0 +1,67 @@
+// Any text as a scenario file: it is refused, or it is read without loss, and what a replay makes
+// of it is a scenario that replays as it says.
+#include "host/Scenario.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "fuzz/Support.h"
+#include "host/Replay.h"
+#include "host/Step.h"
+
+namespace {
+
+constexpr std::int64_t kMostMilliseconds = std::int64_t{12} * 3600 * 1000;
+
+std::string Join(const host::Scenario& scenario) {
+  std::string text;
+  for (const std::string& line : scenario.GetLines()) text += line + '\n';
+  return text;
+}
+
+/// The virtual time that a step takes: every expiry on the way costs a little.
+std::int64_t TimeOf(const std::string& line) try {
+  const host::Step step = host::ParseStep(line);
+  return step.name == "advance" && step.words.size() == 1 ? host::ParseDuration(step.words[0].value)
+                                                          : 0;
+} catch (const host::StepError&) {
+  return 0;
+}
+
+bool IsShort(const host::Scenario& scenario) {
+  std::int64_t time = 0;
+  for (const auto& block : scenario.GetBlocks()) time += TimeOf(block.step);
+  return time <= kMostMilliseconds;
+}
+
+void RequireXmlIsWellFormed(const std::string& line) {
+  for (const char* mark : {"push ", "answer "}) {
+    if (line.rfind(mark, 0) == 0) fuzz::RequireWellFormed(line.substr(std::string(mark).size()));
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  host::Scenario scenario;
+  try {
+    scenario = host::Scenario::Parse(text, "file");
+  } catch (const std::runtime_error&) {  // not UTF-8
+    return 0;
+  }
+  const bool endsLine = text.empty() || text.back() == '\n';
+  fuzz::Require(Join(scenario) == (endsLine ? text : text + '\n'), "not read as it was written");
+  if (!IsShort(scenario)) return 0;
+
+  const host::Scenario replayed = host::ReplayScenario(fuzz::GetPlugin(), scenario, false, nullptr);
+  for (const auto& block : replayed.GetBlocks()) {
+    for (const std::string& line : block.lines) RequireXmlIsWellFormed(line);
+  }
+  const host::Scenario read = host::Scenario::Parse(Join(replayed), "file");
+  const host::Scenario again = host::ReplayScenario(fuzz::GetPlugin(), read, false, nullptr);
+  fuzz::Require(Join(again) == Join(replayed),
+                "replayed " + Join(replayed) + ", then " + Join(again));
+  return 0;
+}

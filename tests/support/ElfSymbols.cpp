@@ -37,7 +37,9 @@ std::vector<std::string> GetDefinedSymbols(const std::string& path) {
     const auto strings = section(symbols.sh_link);
     for (std::size_t at = 0; at < symbols.sh_size; at += sizeof(ElfW(Sym))) {
       const auto symbol = ReadAt<ElfW(Sym)>(file, symbols.sh_offset + at);
-      if (symbol.st_shndx == SHN_UNDEF) continue;
+      // Sections have symbols too, without a name; some linkers list them.
+      const bool isSection = ELF32_ST_TYPE(symbol.st_info) == STT_SECTION;
+      if (symbol.st_shndx == SHN_UNDEF || isSection) continue;
       names.emplace_back(file.c_str() + strings.sh_offset + symbol.st_name);
     }
   }

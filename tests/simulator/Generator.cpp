@@ -74,11 +74,14 @@ const Rules kRules = {
             R"(<request_time DATETIME="03/02/2024 09:05"/>)"}},
   {"date-element", {"<request_time {date}/>", "<request_time {date} x=\"1\"/>",
       R"(<request_time DATETIME="{digit}3-0{digit}T{year}x2{digit}.05.{digit}"/>)",
+      R"(<request_time DATETIME="0{digit}90{digit}9{year}91{digit}9359{digit}{digit}"/>)",
       R"(<request_time YEAR="{year}" MONTH="{odd-part}" DAY="{odd-part}" HOUR="-{digit}"/>)"}},
   {"odd-part", {"0", "2", "13", "-1", "31", "5x", "99", "-70"}},
   {"year", {"2024", "1970", "0000", "x", "9999"}},
   {"broken", {"", "no XML", "<a", "<a/><b/>", "<a></b>", "<guest_service id=\"{id}\">"}},
 
+  {"id", {"{known-id}", "{known-id}", "{known-id}", "{known-id}", "{known-id}", "{number}"}},
+  {"item", {"{known-item}", "{known-item}", "{known-item}", "{digit}"}},
   {"number", {"0", "1", "1", "2", "2", "3", "5", "-1", "{odd-number}"}},
   {"odd-number", {"x", "5x", "+2", "007", "-2", "2147483647", "2147483648", "4294967295",
                   "-2147483648", "4294967297"}},
@@ -112,18 +115,18 @@ std::string Generator::Apply(std::string_view rule) {
   if (rule.front() == '&') return Escape(Apply(rule.substr(1)));
   using Made = std::string (Generator::*)();
   static const std::map<std::string_view, Made> kMade = {
-      {"id", &Generator::Id},       {"item", &Generator::Item},
-      {"order", &Generator::Order}, {"moment", &Generator::Moment},
-      {"date", &Generator::Date},   {"odd-text", &Generator::OddText}};
+      {"known-id", &Generator::KnownId}, {"known-item", &Generator::KnownItem},
+      {"order", &Generator::Order},      {"moment", &Generator::Moment},
+      {"date", &Generator::Date},        {"odd-text", &Generator::OddText}};
   const auto made = kMade.find(rule);
   if (made != kMade.end()) return (this->*made->second)();
   const auto& alternatives = kRules.at(rule);
   return Expand(alternatives[Below(alternatives.size())]);
 }
 
-std::string Generator::IdOf(std::uint32_t Service::*field) {
+std::string Generator::AnyOf(std::uint32_t Service::*field) {
   const auto& services = model_->GetServices();
-  if (services.empty() || Below(8) == 0) return std::to_string(Below(6));
+  if (services.empty()) return "1";
   return std::to_string(services[Below(services.size())].*field);
 }
 

@@ -23,9 +23,9 @@ class Generator {
   std::string Apply(std::string_view rule);
 
   // Rules that are no tables
-  std::string Id() { return IdOf(&Service::id); }
-  std::string Item() { return IdOf(&Service::target); }
-  std::string IdOf(std::uint32_t Service::*field);
+  std::string KnownId() { return AnyOf(&Service::id); }
+  std::string KnownItem() { return AnyOf(&Service::target); }
+  std::string AnyOf(std::uint32_t Service::*field);
   std::string Order();
   std::string Moment();
   std::string Date();

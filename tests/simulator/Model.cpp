@@ -139,11 +139,7 @@ void Model::Query(const std::string& name, const Params& params, bool dateAsText
 std::uint32_t Model::NextId() const {
   std::uint32_t largest = 0;
   for (const Service& service : services_) largest = std::max(largest, service.id);
-  if (largest != UINT32_MAX) return largest + 1;
-  std::uint32_t lowestFree = 1;
-  const auto has = [&](const Service& service) { return service.id == lowestFree; };
-  while (std::any_of(services_.begin(), services_.end(), has)) ++lowestFree;
-  return lowestFree;
+  return largest + 1;
 }
 
 void Model::Add(const Params& params) {

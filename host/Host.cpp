@@ -123,7 +123,8 @@ void Host::RegisterInterface(const char* id, void* instance) {
 
 void Host::UnregisterInterface(const char* id) {
   listener_.OnHostCall(InterfaceWithdrawn{id});
-  interfaces_.erase(id);
+  const auto found = interfaces_.find(id);
+  if (found != interfaces_.end()) interfaces_.erase(found);
 }
 
 // qx::IHost

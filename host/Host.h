@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -102,8 +103,11 @@ class Host : private IInstanceManager,
   Clock& clock_;
   IHostListener& listener_;
   qx::IHost* previousHost_;
-  std::map<std::string, void*> ownInterfaces_;
-  std::map<std::string, void*> interfaces_;  // registered by agents
+  // Looked up without making a text, so that a withdrawal needs no memory.
+  using Interfaces = std::map<std::string, void*, std::less<>>;
+
+  Interfaces ownInterfaces_;
+  Interfaces interfaces_;  // registered by agents
   std::set<unsigned int> bindings_;
   std::set<std::pair<ISystemEventCallback*, unsigned int>> listeners_;  // with the event's code
   TimerQueue timers_;

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/Clock.h"
+#include "host/CmdMessage.h"
+#include "host/Host.h"
+#include "host/HostCall.h"
+#include "host/PluginLibrary.h"
+
+namespace test {
+
+using Entries = std::vector<std::string>;  // the persisted list, an element each
+
+/// How far an agent's life has come.
+enum class Stage { kNone, kCreated, kInitialized, kRunning };
+
+/// A host with an agent that has five services: two with requests whose time has run out, one
+/// without a request, two shortcuts. Every log record is wanted, and a forwarder is there.
+class World : private host::IHostListener {
+ public:
+  /// `plugin` must outlive the world. Its wall clock stands still.
+  World(const host::PluginLibrary& plugin, Stage stage);
+  ~World() override = default;
+
+  /// Takes the agent from one stage to another.
+  void Start(Stage from, Stage to);
+  /// Has the timer expire.
+  void Sweep();
+  void Command(const char* name, const host::CmdMessage::Params& params);
+
+  /// The list as the agent would persist it; empty without an agent.
+  Entries GetEntries();
+  /// The guest services that a device knows of, which heard of all before the start.
+  const std::set<unsigned int>& GetKnownToDevices() const { return knownToDevices_; }
+  const std::vector<unsigned int>& GetFiredEvents() const { return firedEvents_; }
+  bool WasLastCallToArm() const { return wasLastCallToArm_; }
+  host::Host& GetHost() { return host_; }
+
+  /// Called from inside each call that the agent makes of the host, before it is carried out, but
+  /// not from inside those that follow from what it does itself.
+  std::function<void()> onHostCall;
+
+ private:
+  void OnHostCall(const host::HostCall& call) override;
+
+  const host::PluginLibrary& plugin_;
+  host::ManualClock clock_;
+  std::set<unsigned int> knownToDevices_ = {1, 2, 4};
+  std::vector<unsigned int> firedEvents_;
+  bool wasLastCallToArm_ = false;
+  bool isInside_ = false;
+  host::Host host_;
+};
+
+/// Something that is done to an agent.
+struct Act {
+  std::string name;
+  std::function<void(World& world)> run;
+  Stage stage = Stage::kRunning;  // the agent's before it
+  bool adds = false;              // makes a new entry; doing it twice makes two
+  bool isPiecewise = false;       // changes the list entry by entry, from the first to the last
+};
+
+/// Every command, query, event and step of an agent's life but its end.
+const std::vector<Act>& GetActs();
+
+/// Expects that ids are unique and that a service can be added, requested, cancelled, listed and
+/// removed, which leaves the list as it was.
+void ExpectUsable(World& world);
+
+}  // namespace test

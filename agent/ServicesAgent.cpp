@@ -113,6 +113,7 @@ void ServicesAgent::LateInitialize() {
 void ServicesAgent::ArmTimer() {
   constexpr unsigned int kPeriod = 30;
   constexpr unsigned int kUnit = 2;
+  timer_ = 0;  // the last one has expired, and if arming fails the host may give its id to others
   timer_ = AddTimer(kPeriod, kUnit, true);
 }
 

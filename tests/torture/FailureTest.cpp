@@ -128,6 +128,19 @@ TEST(Failure, OfAllAllocationsFromEachOnLeavesTheAgentWhole) {
   TryEveryFailure(Failure::kAllAllocations);
 }
 
+TEST(Failure, OfTheArmingLeavesNoTimerToKill) {
+  const host::PluginLibrary plugin(PLUGIN_PATH);
+  World world(plugin, Stage::kRunning);
+  world.onHostCall = [&] {
+    if (world.WasLastCallToArm()) throw HostCallFailed();
+  };
+  EXPECT_THROW(world.Sweep(), HostCallFailed);
+  long withdrawals = 0;
+  world.onHostCall = [&] { ++withdrawals; };
+  EXPECT_EQ(world.GetHost().Destroy(), "");
+  EXPECT_EQ(withdrawals, 3) << "listener, identity, binding";
+}
+
 TEST(Failure, OfMemoryDoesNotReachTheDestruction) {
   const host::PluginLibrary plugin(PLUGIN_PATH);
   World world(plugin, Stage::kRunning);

@@ -15,18 +15,19 @@ constexpr CI_OWNER_ID_TYPE kOwnerType{3};
 
 bool IsShortcut(const ICmdMessage& message) { return message.GetParam("type") == "shortcut"; }
 
-/// Keeps an id from being given out again while the service that it belongs to is not in the list
-/// yet: a device that hears of it may add another service.
-class PendingId {
+/// Keeps an id from being given out while a command is at work on it: whoever hears of that may add
+/// a service, and what is said of the one must not be taken for the other.
+class ReservedId {
  public:
-  PendingId(unsigned int& slot, unsigned int id) : slot_(slot), before_(slot) { slot = id; }
-  ~PendingId() { slot_ = before_; }
-  PendingId(const PendingId&) = delete;
-  PendingId& operator=(const PendingId&) = delete;
+  ReservedId(std::vector<unsigned int>& reserved, unsigned int id) : reserved_(reserved) {
+    reserved_.push_back(id);
+  }
+  ~ReservedId() { reserved_.pop_back(); }
+  ReservedId(const ReservedId&) = delete;
+  ReservedId& operator=(const ReservedId&) = delete;
 
  private:
-  unsigned int& slot_;
-  unsigned int before_;
+  std::vector<unsigned int>& reserved_;
 };
 
 }  // namespace
@@ -36,7 +37,7 @@ void ServicesAgent::OnCmdAddService(const ICmdMessage& message) {
   const unsigned int id = NextServiceId();
   GuestServiceBase::Ptr service;
   {
-    const PendingId pending(idBeingAdded_, id);
+    const ReservedId reserved(reservedIds_, id);
     if (isShortcut) {
       AGENT_LOG(log4cplus::DEBUG_LOG_LEVEL, "Creating Shortcut Guest Service");
       const auto target = static_cast<ID::Item>(message.GetParamInt("shortcut_id"));
@@ -65,7 +66,7 @@ void ServicesAgent::OnCmdEditService(const ICmdMessage& message) {
   const auto service = boost::make_shared<GuestService>();
   service->FromString(message.GetParamText("guest_service"));
   // An id of 0 means that nothing was read.
-  const auto stored = service->id != 0 ? GetGuestService(service->id) : nullptr;
+  const auto stored = service->id != 0 ? GetGuestServiceAt(FindServiceIndex(service->id)) : nullptr;
   if (!stored) {
     AGENT_LOG(log4cplus::ERROR_LOG_LEVEL, "Edit Service, service doesn't exist");
     return;
@@ -92,14 +93,13 @@ void ServicesAgent::OnCmdRemoveService(const ICmdMessage& message) {
 }
 
 void ServicesAgent::RemoveService(unsigned int id) {
-  const GuestServiceBase::Ptr service = GetService(id);
-  if (!service) return;
+  if (FindServiceIndex(id) < 0) return;
+  const ReservedId reserved(reservedIds_, id);
   RemoveProgramming(id);
   RemoveProgramming(id + kCancelEventOffset);
-  // The host may have changed the list meanwhile, and even have removed this very entry.
-  const auto position = std::find(services_.begin(), services_.end(), service);
-  if (position == services_.end()) return;
-  services_.erase(position);
+  const int index = FindServiceIndex(id);  // the host may have changed the list meanwhile
+  if (index < 0) return;
+  services_.erase(services_.begin() + index);
   SendIdNotice("service_removed", id);
   EmRemoveByOwner(id, kOwnerType);
   SendBoundNotice("SERVICE_REMOVED", id);

@@ -1,6 +1,7 @@
 // The agent's list of services: look-ups, changes, and its XML form.
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <limits>
 
 #include "agent/Log.h"
 #include "agent/ServicesAgent.h"
@@ -11,13 +12,20 @@ int ServicesAgent::FindServiceIndex(unsigned int id) const {
   return found == services_.end() ? -1 : static_cast<int>(found - services_.begin());
 }
 
+int ServicesAgent::FindServiceIndexAgain(unsigned int id, int index) const {
+  const auto position = static_cast<std::size_t>(index);
+  const bool isThere = position < services_.size() && services_[position]->id == id;
+  return isThere ? index : FindServiceIndex(id);
+}
+
 GuestServiceBase::Ptr ServicesAgent::GetService(unsigned int id) const {
   const int index = FindServiceIndex(id);
   return index < 0 ? GuestServiceBase::Ptr() : services_[static_cast<std::size_t>(index)];
 }
 
-boost::shared_ptr<GuestService> ServicesAgent::GetGuestService(unsigned int id) const {
-  return boost::dynamic_pointer_cast<GuestService>(GetService(id));
+boost::shared_ptr<GuestService> ServicesAgent::GetGuestServiceAt(int index) const {
+  if (index < 0) return {};
+  return boost::dynamic_pointer_cast<GuestService>(services_[static_cast<std::size_t>(index)]);
 }
 
 void ServicesAgent::SetService(const GuestServiceBase::Ptr& service) {
@@ -34,9 +42,18 @@ void ServicesAgent::AppendService(const GuestServiceBase::Ptr& service) {
 }
 
 unsigned int ServicesAgent::NextServiceId() const {
-  unsigned int largest = idBeingAdded_;
+  unsigned int largest = 0;
   for (const auto& service : services_) largest = std::max(largest, service->id);
-  return largest + 1;
+  for (const unsigned int id : reservedIds_) largest = std::max(largest, id);
+  constexpr unsigned int kLast = std::numeric_limits<unsigned int>::max();
+  if (largest != kLast) return largest + 1;
+  // There is none above: the lowest that is free, so that ids stay unique.
+  const auto isReserved = [this](unsigned int id) {
+    return std::find(reservedIds_.begin(), reservedIds_.end(), id) != reservedIds_.end();
+  };
+  unsigned int id = 1;
+  while (isReserved(id) || FindServiceIndex(id) >= 0) ++id;
+  return id;
 }
 
 boost::shared_ptr<ShortcutService> ServicesAgent::FindShortcutByTarget(ID::Item item) const {

@@ -26,10 +26,14 @@ std::string EventText(const char* what, const GuestService& service, unsigned in
 void ServicesAgent::OnCmdSendRequestEvent(const ICmdMessage& message) {
   const auto id = static_cast<unsigned int>(message.GetParamInt("id"));
   const std::string requestCode = message.GetParam("operarequest");
-  const auto service = GetGuestService(id);
+  const int index = FindServiceIndex(id);
+  auto service = GetGuestServiceAt(index);
   if (!service || service->state == STATE_REQUESTED) return;
   SendIdNotice("service_state_requested", id);
   AGENT_LOG(log4cplus::INFO_LOG_LEVEL, EventText("sent request event for: ", *service, id));
+  // Whoever heard of it may have edited or removed the service, or made the same request.
+  service = GetGuestServiceAt(FindServiceIndexAgain(id, index));
+  if (!service || service->state == STATE_REQUESTED) return;
   service->state = STATE_REQUESTED;
   service->request_time = QxTime(Now());
   FireEvent(id);
@@ -46,11 +50,14 @@ void ServicesAgent::ForwardRequest(const std::string& requestCode) {
 
 void ServicesAgent::OnCmdSendCancelEvent(const ICmdMessage& message) {
   const auto id = static_cast<unsigned int>(message.GetParamInt("id"));
-  const auto service = GetGuestService(id);
+  const int index = FindServiceIndex(id);
+  auto service = GetGuestServiceAt(index);
   if (!service || service->state != STATE_REQUESTED) return;
   const unsigned int event = id + kCancelEventOffset;
   SendIdNotice("service_state_canceled", id);
   AGENT_LOG(log4cplus::INFO_LOG_LEVEL, EventText("sent cancel event for: ", *service, event));
+  service = GetGuestServiceAt(FindServiceIndexAgain(id, index));  // as for a request
+  if (!service || service->state != STATE_REQUESTED) return;
   service->state = STATE_NOT_REQUESTED;
   FireEvent(event);
   SendBoundNotice("SERVICE_STATE_CANCELED", id);

@@ -74,8 +74,11 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
 
   // The registry. Look-ups walk the list and take the first match.
   int FindServiceIndex(unsigned int id) const;
+  /// Finds a service that was at `index` before the host was called; it may have changed the list.
+  int FindServiceIndexAgain(unsigned int id, int index) const;
   GuestServiceBase::Ptr GetService(unsigned int id) const;
-  boost::shared_ptr<GuestService> GetGuestService(unsigned int id) const;
+  /// Empty if a shortcut is there, or for -1.
+  boost::shared_ptr<GuestService> GetGuestServiceAt(int index) const;
   void SetService(const GuestServiceBase::Ptr& service);
   void AppendService(const GuestServiceBase::Ptr& service);
   unsigned int NextServiceId() const;
@@ -90,5 +93,5 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
 
   std::vector<GuestServiceBase::Ptr> services_;  // in display order
   ID::Timer timer_ = 0;                          // 0: none is armed
-  unsigned int idBeingAdded_ = 0;                // 0: none is
+  std::vector<unsigned int> reservedIds_;        // of the commands at work, the innermost last
 };

@@ -217,7 +217,8 @@ void Session::OnRestart(const Step& step) {
   }
   const auto persisted = host_.Persist();
   if (!isGiven && persisted) state = ParseState(persisted->OuterXml());
-  host_.Destroy();
+  const std::string left = host_.Destroy();
+  if (!left.empty()) sink_("error left registered: " + ToOneLine(left));
   StartAgent(state);
 }
 

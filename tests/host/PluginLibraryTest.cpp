@@ -6,6 +6,7 @@
 
 #include "host/Host.h"
 #include "host/PluginLibrary.h"
+#include "host/Session.h"
 #include "tests/support/Recorder.h"
 
 namespace {
@@ -53,6 +54,17 @@ TEST(PluginLibrary, NamesTheFileThatIsNoLibrary) {
     EXPECT_EQ(failure.rfind("cannot load the plug-in: ", 0), 0U) << failure;
     EXPECT_NE(failure.find(path), std::string::npos) << failure;
   }
+}
+
+TEST(PluginLibrary, IsToldOfWhenItsAgentLeavesRegistrations) {
+  const host::PluginLibrary plugin(std::string(BROKEN_PLUGINS) + "/FAILING_DESTRUCTION.so");
+  host::ManualClock clock(0);
+  std::string lines;
+  host::Session session(plugin, clock, [&](const std::string& line) { lines += line + '\n'; });
+  session.Start();
+  session.RunStep("restart");
+  EXPECT_EQ(lines, "error left registered: binding:7 timers:1\n");
+  EXPECT_EQ(session.GetHost().Destroy(), "binding:7 timers:1");
 }
 
 }  // namespace

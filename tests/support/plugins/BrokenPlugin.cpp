@@ -13,11 +13,36 @@ class Fault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-[[maybe_unused]] IDriver* CreateAgent(IInstanceManager&) {
+#ifdef FAULT_FAILING_DESTRUCTION
+/// Gives up on the way of its destruction, and leaves the rest of what it registered.
+class Agent : public QxBaseDriver {
+ public:
+  explicit Agent(IInstanceManager& instanceManager)
+      : QxBaseDriver(instanceManager, QxDriverType{3}, DriverMultiplicity{0}) {
+    for (const unsigned int id : {7U, 8U}) {
+      AddDynamicBinding(id, BindingType{1}, true, "", "", false, true, nullptr);
+    }
+    AddTimer(30, 2, true);
+  }
+  ~Agent() override {
+    try {
+      RemoveDynamicBinding(8);
+      throw Fault("the rest cannot be withdrawn");
+    } catch (const Fault&) {  // a destructor must not let it out
+    }
+  }
+  Agent(const Agent&) = delete;
+  Agent& operator=(const Agent&) = delete;
+};
+#endif
+
+[[maybe_unused]] IDriver* CreateAgent([[maybe_unused]] IInstanceManager& instanceManager) {
 #if defined(FAULT_THROWING_CONSTRUCTOR)
   throw Fault("the agent is out of order");
 #elif defined(FAULT_THROWING_A_NUMBER)
   throw 42;
+#elif defined(FAULT_FAILING_DESTRUCTION)
+  return new Agent(instanceManager);
 #else
   return nullptr;
 #endif

@@ -19,15 +19,16 @@ bool IsShortcut(const ICmdMessage& message) { return message.GetParam("type") ==
 /// a service, and what is said of the one must not be taken for the other.
 class ReservedId {
  public:
-  ReservedId(std::vector<unsigned int>& reserved, unsigned int id) : reserved_(reserved) {
-    reserved_.push_back(id);
+  ReservedId(unsigned int& largest, unsigned int id) : largest_(largest), before_(largest) {
+    largest = std::max(largest, id);
   }
-  ~ReservedId() { reserved_.pop_back(); }
+  ~ReservedId() { largest_ = before_; }
   ReservedId(const ReservedId&) = delete;
   ReservedId& operator=(const ReservedId&) = delete;
 
  private:
-  std::vector<unsigned int>& reserved_;
+  unsigned int& largest_;
+  unsigned int before_;
 };
 
 }  // namespace
@@ -37,7 +38,7 @@ void ServicesAgent::OnCmdAddService(const ICmdMessage& message) {
   const unsigned int id = NextServiceId();
   GuestServiceBase::Ptr service;
   {
-    const ReservedId reserved(reservedIds_, id);
+    const ReservedId reserved(largestReservedId_, id);
     if (isShortcut) {
       AGENT_LOG(log4cplus::DEBUG_LOG_LEVEL, "Creating Shortcut Guest Service");
       const auto target = static_cast<ID::Item>(message.GetParamInt("shortcut_id"));
@@ -94,7 +95,7 @@ void ServicesAgent::OnCmdRemoveService(const ICmdMessage& message) {
 
 void ServicesAgent::RemoveService(unsigned int id) {
   if (FindServiceIndex(id) < 0) return;
-  const ReservedId reserved(reservedIds_, id);
+  const ReservedId reserved(largestReservedId_, id);
   RemoveProgramming(id);
   RemoveProgramming(id + kCancelEventOffset);
   const int index = FindServiceIndex(id);  // the host may have changed the list meanwhile

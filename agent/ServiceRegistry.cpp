@@ -1,7 +1,6 @@
 // The agent's list of services: look-ups, changes, and its XML form.
 #include <algorithm>
 #include <boost/make_shared.hpp>
-#include <limits>
 
 #include "agent/Log.h"
 #include "agent/ServicesAgent.h"
@@ -42,18 +41,9 @@ void ServicesAgent::AppendService(const GuestServiceBase::Ptr& service) {
 }
 
 unsigned int ServicesAgent::NextServiceId() const {
-  unsigned int largest = 0;
+  unsigned int largest = largestReservedId_;
   for (const auto& service : services_) largest = std::max(largest, service->id);
-  for (const unsigned int id : reservedIds_) largest = std::max(largest, id);
-  constexpr unsigned int kLast = std::numeric_limits<unsigned int>::max();
-  if (largest != kLast) return largest + 1;
-  // There is none above: the lowest that is free, so that ids stay unique.
-  const auto isReserved = [this](unsigned int id) {
-    return std::find(reservedIds_.begin(), reservedIds_.end(), id) != reservedIds_.end();
-  };
-  unsigned int id = 1;
-  while (isReserved(id) || FindServiceIndex(id) >= 0) ++id;
-  return id;
+  return largest + 1;
 }
 
 boost::shared_ptr<ShortcutService> ServicesAgent::FindShortcutByTarget(ID::Item item) const {

@@ -93,5 +93,5 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
 
   std::vector<GuestServiceBase::Ptr> services_;  // in display order
   ID::Timer timer_ = 0;                          // 0: none is armed
-  std::vector<unsigned int> reservedIds_;        // of the commands at work, the innermost last
+  unsigned int largestReservedId_ = 0;           // of the commands at work; 0: none is
 };

@@ -118,19 +118,5 @@ TEST(Reentry, InsideEveryHostCallLeavesTheListWhole) {
   }
 }
 
-TEST(Reentry, GivesOutEachIdOnceWhereNoneIsAboveTheLargest) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
-  World world(plugin, Stage::kCreated);
-  const auto state = qx::CreateXmlDocument(
-      "<guest_services><shortcut id='4294967295'/><shortcut id='2'/></guest_services>");
-  world.GetHost().Initialize(state->GetRoot());
-  world.GetHost().LateInitialize();
-  world.onHostCall = [&] { world.Command("ADD_SERVICE", {{"type", "shortcut"}}); };
-  world.Command("ADD_SERVICE", {});
-  world.Command("REMOVE_SERVICE", {{"id", "4294967295"}});
-  world.onHostCall = nullptr;
-  ExpectUsable(world);
-}
-
 }  // namespace
 }  // namespace test

@@ -31,11 +31,14 @@ bool IsUtf8(std::string_view text) {
 
 Scenario Scenario::Read(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  // An empty file puts nothing, which counts as a failure of `text` alone.
-  if (file) text << file.rdbuf();
-  if (!file) throw std::runtime_error(path + ": cannot read it: " + std::strerror(errno));
-  return Parse(text.str(), path);
+  std::string text;
+  char buffer[4096];
+  while (file.read(buffer, sizeof buffer), file.gcount() > 0) {
+    text.append(buffer, static_cast<std::size_t>(file.gcount()));
+  }
+  // A directory opens, and fails only when it is read.
+  if (!file.eof()) throw std::runtime_error(path + ": cannot read it: " + std::strerror(errno));
+  return Parse(text, path);
 }
 
 Scenario Scenario::Parse(const std::string& text, const std::string& path) {

@@ -53,6 +53,7 @@ TEST_F(Replay, PrintsTheDifferencesAndTheCounts) {
       {good_ + ' ' + bad_, 1, diff + "1 passed, 1 failed\n"},
       {none + ' ' + bad_, 1,
        none + ": cannot read it: No such file or directory\n" + diff + "0 passed, 2 failed\n"},
+      {"/proc/self/cwd", 1, "/proc/self/cwd: cannot read it: Is a directory\n0 passed, 1 failed\n"},
       {"--show " + good_, 0, "> persist\nanswer <guest_services/>\n1 passed, 0 failed\n"},
   };
   for (const auto& [arguments, exitCode, output] : cases) {

@@ -77,8 +77,9 @@ void RunConsole(const PluginLibrary& plugin, bool verbose) {
     open = reader.Fill();
     for (std::string line; reader.TakeLine(line);) {
       if (line.compare(0, 2, "> ") == 0) line.erase(0, 2);
-      if (!isTerminal) std::cout << "> " << line << '\n' << std::flush;
-      if (!line.empty() && line.front() != '#') session.RunStep(line);
+      const bool isComment = line.empty() || line.front() == '#';
+      if (!isTerminal) std::cout << (isComment ? "" : "> ") << line << '\n' << std::flush;
+      if (!isComment) session.RunStep(line);
       prompt();
     }
   }

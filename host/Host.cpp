@@ -25,7 +25,12 @@ Host::~Host() {
 
 void Host::Create(const PluginLibrary& plugin) {
   if (agent_) throw std::logic_error("there is an agent already");
-  agent_ = plugin.CreateAgent(*this);
+  try {
+    agent_ = plugin.CreateAgent(*this);
+  } catch (...) {
+    Destroy();  // what the agent left registered would lead to nobody
+    throw;
+  }
 }
 
 void Host::Initialize(const boost::shared_ptr<qx::XmlNode>& state) {

@@ -35,7 +35,8 @@ class Host : private IInstanceManager,
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  // The agent's life, in this order. `plugin` must outlive the agent; throws `PluginError`.
+  // The agent's life, in this order. `plugin` must outlive the agent; throws `PluginError`, and
+  // nothing stays registered then.
   void Create(const PluginLibrary& plugin);
   void Initialize(const boost::shared_ptr<qx::XmlNode>& state);
   void LateInitialize();

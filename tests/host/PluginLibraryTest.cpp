@@ -45,6 +45,19 @@ TEST(PluginLibrary, SaysWhichStepOfLoadingFailed) {
   EXPECT_EQ(Failure(PLUGIN_PATH), "");
 }
 
+TEST(PluginLibrary, LeavesNothingOfAnAgentThatFailed) {
+  const host::PluginLibrary plugin(std::string(BROKEN_PLUGINS) + "/LEAVING_CONSTRUCTOR.so");
+  host::ManualClock clock(0);
+  test::Recorder recorder;
+  host::Host host(clock, recorder);
+  EXPECT_THROW(host.Create(plugin), host::PluginError);
+  EXPECT_EQ(recorder.lines, "timer-armed 30 2 true\nlistening 11\n");
+  EXPECT_EQ(host.DescribeRegistrations(), "");
+  host.SendEvent(nullptr);
+  clock.Advance(60000);
+  EXPECT_FALSE(host.DeliverExpiry());
+}
+
 TEST(PluginLibrary, NamesTheFileThatIsNoLibrary) {
   const std::string text = testing::TempDir() + "no-library.so";
   std::ofstream(text) << "This is a text.\n";

@@ -36,8 +36,22 @@ class Agent : public QxBaseDriver {
 };
 #endif
 
+/// Withdraws nothing when its construction fails.
+class LeavingAgent : public QxBaseDriver, public ISystemEventCallback {
+ public:
+  explicit LeavingAgent(IInstanceManager& instanceManager)
+      : QxBaseDriver(instanceManager, QxDriverType{3}, DriverMultiplicity{0}) {
+    AddTimer(30, 2, true);
+    RegisterListener(*this, static_cast<qx::SystemEventData::Code>(11), 0);
+    throw Fault("the agent gives up");
+  }
+  void OnSystemEvent(const qx::response::IResponse&, const qx::SystemEventData*) override {}
+};
+
 [[maybe_unused]] IDriver* CreateAgent([[maybe_unused]] IInstanceManager& instanceManager) {
-#if defined(FAULT_THROWING_CONSTRUCTOR)
+#if defined(FAULT_LEAVING_CONSTRUCTOR)
+  return new LeavingAgent(instanceManager);
+#elif defined(FAULT_THROWING_CONSTRUCTOR)
   throw Fault("the agent is out of order");
 #elif defined(FAULT_THROWING_A_NUMBER)
   throw 42;

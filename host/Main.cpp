@@ -5,6 +5,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 
 #include "host/Console.h"
@@ -50,9 +51,14 @@ int Run(int argc, char** argv) {
     tzset();
   }
   const host::PluginLibrary library(plugin);
-  if (isReplay) return host::ReplayFiles(library, replay, std::cout) ? EXIT_SUCCESS : EXIT_FAILURE;
-  host::RunConsole(library, replay.verbose);
-  return EXIT_SUCCESS;
+  bool isAsExpected = true;
+  if (isReplay) {
+    isAsExpected = host::ReplayFiles(library, replay, std::cout);
+  } else {
+    host::RunConsole(library, replay.verbose);
+  }
+  if (!std::cout.flush()) throw std::runtime_error("cannot write to the standard output");
+  return isAsExpected ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace

@@ -130,6 +130,11 @@ TEST_F(Replay, LoadsThePluginThatIsNamed) {
       << result.output;
 }
 
+TEST_F(Replay, FailsWhenNobodyCanReadItsOutput) {
+  EXPECT_EQ(RunHost("replay " + good_ + " > /dev/full").exitCode, 1);
+  EXPECT_EQ(RunHost("run > /dev/full", "persist\n").exitCode, 1);
+}
+
 TEST(Program, NeedsACommand) {
   for (const char* const arguments : {"", "fly", "replay", "replay --no-such-option x"}) {
     EXPECT_GT(RunHost(arguments).exitCode, 0) << arguments;

@@ -81,7 +81,7 @@ PLATFORM_API IHost* GetCurrentHost();
 /// Attaches `host`, which must stay alive until another or null is attached in its place.
 PLATFORM_API void SetCurrentHost(IHost* host);
 
-/// The root logger's level, as a name: "DEBUG", "INFO", "ERROR", "OFF", ... Throws
+/// The root logger's level, as a name: "DEBUG", "INFO", "WARN", "ERROR" or "OFF". Throws
 /// `std::invalid_argument` for a text that is no level.
 PLATFORM_API void SetLogLevel(const std::string& name);
 

@@ -7,8 +7,11 @@
 #include <log4cplus/loglevel.h>
 #include <log4cplus/spi/loggingevent.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <stdexcept>
+#include <utility>
 
 #include "platform/IHost.h"
 
@@ -44,11 +47,16 @@ void Logger::initialize() {
 }
 
 void SetLogLevel(const std::string& name) {
-  const log4cplus::LogLevel level = log4cplus::getLogLevelManager().fromString(name);
-  if (level == log4cplus::NOT_SET_LOG_LEVEL) {
-    throw std::invalid_argument("'" + name + "' is no log level");
-  }
-  log4cplus::Logger::getRoot().setLogLevel(level);
+  // Not log4cplus's own look-up, which complains of an unknown name on the standard error.
+  static constexpr std::pair<const char*, log4cplus::LogLevel> kLevels[] = {
+      {"DEBUG", log4cplus::DEBUG_LOG_LEVEL}, {"INFO", log4cplus::INFO_LOG_LEVEL},
+      {"WARN", log4cplus::WARN_LOG_LEVEL},   {"ERROR", log4cplus::ERROR_LOG_LEVEL},
+      {"OFF", log4cplus::OFF_LOG_LEVEL},
+  };
+  const auto* const level = std::find_if(std::begin(kLevels), std::end(kLevels),
+                                         [&](const auto& entry) { return name == entry.first; });
+  if (level == std::end(kLevels)) throw std::invalid_argument("'" + name + "' is no log level");
+  log4cplus::Logger::getRoot().setLogLevel(level->second);
 }
 
 StackTrace::StackTrace() : frames_{}, size_(0) {

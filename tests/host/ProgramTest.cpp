@@ -147,6 +147,7 @@ TEST(Program, CarriesOutStepsFromAPipe) {
                               "> ADD_SERVICE type=shortcut shortcut_id=1\n"
                               "persist\n"
                               "\n"
+                              "loglevel LOUD\n"
                               "# the last line has no end\n"
                               "GET_SERVICE id=1");
   EXPECT_EQ(result.exitCode, 0);
@@ -156,6 +157,8 @@ TEST(Program, CarriesOutStepsFromAPipe) {
             "> persist\n"
             "answer <guest_services><shortcut id=\"1\" shortcut_id=\"1\"/></guest_services>\n"
             "\n"
+            "> loglevel LOUD\n"
+            "error 'LOUD' is no log level\n"
             "# the last line has no end\n"
             "> GET_SERVICE id=1\n"
             "answer <shortcut id=\"1\" shortcut_id=\"1\"/>\n");

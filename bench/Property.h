@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// A service as any program would hold it; the peers write these.
+struct Record {
+  unsigned int id;
+  std::string name;         // 13 characters
+  std::string description;  // 40 characters; in every fourth there is one to escape
+  int icon;
+  int delay;  // minutes; every fifth never lapses
+  std::string operarequest;
+  int state;  // every third is requested
+  std::string requestTime;
+};
+
+/// The services of a property of that size.
+std::vector<Record> MakeRecords(std::size_t count);
+
+/// The reply to "GET_ALL_SERVICES", put together by hand: what any way of making it comes down to.
+std::string AppendReply(const std::vector<Record>& records);
+
+/// The reply of a property of that size, and the state that its agent persists. Made once.
+const std::string& GetReply(std::size_t count);
+const std::string& GetState(std::size_t count);
+
+/// When the services were requested, in seconds since 1970-01-01 00:00:00 UTC; the time zone is
+/// UTC. The delays run out an hour later.
+constexpr long kRequestTime = 1709370307;
+
+}  // namespace bench

@@ -1,0 +1,79 @@
+// From records to the text of the reply, and from the text of the state to a running list.
+#include <benchmark/benchmark.h>
+
+#include <optional>
+
+#include "bench/Peers.h"
+#include "bench/Property.h"
+#include "bench/RunningAgent.h"
+
+namespace bench {
+namespace {
+
+void ReplyByAgent(benchmark::State& state) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  RunningAgent agent(GetState(count));
+  const host::CmdMessage message("GET_ALL_SERVICES", {});
+  host::CmdReturn reply;
+  agent.host.Execute(message, &reply);
+  if (reply.GetValue() != GetReply(count)) return state.SkipWithError("another text");
+  for (auto _ : state) {
+    host::CmdReturn answer;
+    agent.host.Execute(message, &answer);
+    benchmark::DoNotOptimize(answer);
+  }
+}
+
+void Write(benchmark::State& state, std::string (*write)(const std::vector<Record>&)) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  const std::vector<Record> records = MakeRecords(count);
+  if (write(records) != GetReply(count)) return state.SkipWithError("another text");
+  for (auto _ : state) benchmark::DoNotOptimize(write(records));
+}
+
+// An agent is made for one start only; that, and its end, are not part of the time.
+void StartAgent(benchmark::State& state) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  const std::string& text = GetState(count);
+  if (RunningAgent(text).host.Persist()->OuterXml() != text) {
+    return state.SkipWithError("another list");
+  }
+  host::ManualClock clock(kRequestTime);
+  SilentListener listener;
+  std::optional<host::Host> host;
+  for (auto _ : state) {
+    state.PauseTiming();
+    host.reset();
+    host.emplace(clock, listener);
+    host->Create(GetPlugin());
+    state.ResumeTiming();
+    host->Initialize(qx::CreateXmlDocument(text)->GetRoot());
+    host->LateInitialize();
+  }
+}
+
+void Parse(benchmark::State& state, std::size_t (*parse)(const std::string&)) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  const std::string& text = GetState(count);
+  if (parse(text) != count) return state.SkipWithError("another document");
+  for (auto _ : state) benchmark::DoNotOptimize(parse(text));
+}
+
+void Sizes(benchmark::internal::Benchmark* benchmark) {
+  benchmark->RangeMultiplier(10)->Range(100, 10'000);
+}
+
+const bool kRegistered = [] {
+  Sizes(benchmark::RegisterBenchmark("reply/agent", ReplyByAgent));
+  Sizes(benchmark::RegisterBenchmark("reply/append", Write, AppendReply));
+  Sizes(benchmark::RegisterBenchmark("start/agent", StartAgent));
+  for (const Peer& peer : kPeers) {
+    const std::string name = peer.name;
+    Sizes(benchmark::RegisterBenchmark(("reply/" + name).c_str(), Write, peer.write));
+    Sizes(benchmark::RegisterBenchmark(("start/" + name).c_str(), Parse, peer.parse));
+  }
+  return true;
+}();
+
+}  // namespace
+}  // namespace bench

@@ -1,42 +1,63 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <cstring>
-#include <memory>
-#include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
-/// A text of a record. It takes one pointer, and an empty one no memory beside it: a property's
-/// records have many texts, and most are short or empty. The characters do not change; a new text
-/// takes their place.
+/// A text of a record, in 16 bytes: up to 15 characters stand in it, more in memory of their own. A
+/// property's records have many texts, and most are short or empty. The characters do not change;
+/// a new text takes their place.
 class CompactText {
  public:
   CompactText() = default;
-  CompactText(std::string_view text) : block_(text.empty() ? nullptr : MakeBlock(text)) {}
+  /// Throws `std::bad_alloc`, and `std::length_error` for a text of 4 GiB or more.
+  CompactText(std::string_view text) {
+    if (text.size() > sizeof text_.short_.characters) {
+      if (text.size() > UINT32_MAX) throw std::length_error("CompactText");
+      text_.long_ = {kLong, static_cast<std::uint32_t>(text.size()), new char[text.size()]};
+      std::memcpy(text_.long_.characters, text.data(), text.size());
+    } else if (!text.empty()) {
+      text_.short_.size = static_cast<std::uint8_t>(text.size());
+      std::memcpy(text_.short_.characters, text.data(), text.size());
+    }
+  }
   CompactText(const std::string& text) : CompactText(std::string_view(text)) {}
+  CompactText(CompactText&& other) noexcept { Swap(other); }
+  CompactText& operator=(CompactText&& other) noexcept {
+    Swap(other);
+    return *this;
+  }
+  ~CompactText() {
+    if (IsLong()) delete[] text_.long_.characters;
+  }
 
   operator std::string_view() const {
-    return block_ ? std::string_view(reinterpret_cast<const char*>(block_.get() + 1), block_->size)
-                  : std::string_view();
+    return IsLong() ? std::string_view(text_.long_.characters, text_.long_.size)
+                    : std::string_view(text_.short_.characters, text_.short_.size);
   }
   operator std::string() const { return std::string(std::string_view(*this)); }
 
  private:
-  /// Followed in memory by the characters.
-  struct Block {
-    std::size_t size;
+  static constexpr std::uint8_t kLong = UINT8_MAX;
+
+  struct Short {
+    std::uint8_t size;  // or `kLong`: then it is the other
+    char characters[15];
   };
-  struct Release {
-    void operator()(Block* block) const { ::operator delete(block); }
+  struct Long {
+    std::uint8_t mark;
+    std::uint32_t size;
+    char* characters;
   };
 
-  static Block* MakeBlock(std::string_view text) {
-    void* memory = ::operator new(sizeof(Block) + text.size());
-    Block* block = new (memory) Block{text.size()};
-    std::memcpy(block + 1, text.data(), text.size());
-    return block;
-  }
+  bool IsLong() const { return text_.short_.size == kLong; }
+  void Swap(CompactText& other) noexcept { std::swap(text_, other.text_); }
 
-  std::unique_ptr<Block, Release> block_;
+  union {
+    Short short_;
+    Long long_;
+  } text_{};
 };

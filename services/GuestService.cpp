@@ -6,12 +6,14 @@
 
 namespace {
 
-void AppendNumber(std::string& text, int number, std::size_t width) {
+/// Writes the number and the character that follows it; returns where they end.
+char* WriteNumber(char* text, int number, int width, char next) {
   char digits[16];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  const auto length = static_cast<std::size_t>(end - digits);
-  if (length < width) text.append(width - length, '0');
-  text.append(digits, length);
+  char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  for (auto length = end - digits; length < width; ++length) *text++ = '0';
+  for (const char* digit = digits; digit != end; ++digit) *text++ = *digit;
+  *text++ = next;
+  return text;
 }
 
 /// Reads MM/DD/YYYY HH:MM:SS by position; the separators are not looked at, and the seconds may be
@@ -37,10 +39,10 @@ GuestService::GuestService(unsigned int serviceId, const std::string& serviceNam
                            const std::string& serviceDescription, int iconNumber, int delayMinutes,
                            const std::string& requestCode)
     : GuestServiceBase(serviceId),
-      name(serviceName),
-      description(serviceDescription),
       icon(iconNumber),
       delay(delayMinutes),
+      name(serviceName),
+      description(serviceDescription),
       operarequest(requestCode) {}
 
 void GuestService::FromXml(const boost::shared_ptr<qx::XmlNode>& element) {
@@ -72,9 +74,7 @@ boost::shared_ptr<qx::XmlNode> GuestService::ToXml(bool dateTimeAsText) const {
   element->SetAttributeNumber("id", static_cast<int>(id));
   element->SetAttribute("name", name);
   element->SetAttribute("description", description);
-  std::string iconText;
-  AppendNumber(iconText, icon, 0);
-  element->SetAttribute("icon", iconText);
+  element->SetAttribute("icon", std::to_string(icon));
   element->SetAttributeNumber("delay", delay);
   element->SetAttribute("operarequest", operarequest);
   element->SetAttributeNumber("state", state);
@@ -94,17 +94,12 @@ boost::shared_ptr<qx::XmlNode> GuestService::ToXml(bool dateTimeAsText) const {
 }
 
 std::string GuestService::GetRequestTimeString() const {
-  std::string text;
-  AppendNumber(text, request_time.GetMonth(), 2);
-  text += '/';
-  AppendNumber(text, request_time.GetDay(), 2);
-  text += '/';
-  AppendNumber(text, request_time.GetYear(), 4);
-  text += ' ';
-  AppendNumber(text, request_time.GetHour(), 2);
-  text += ':';
-  AppendNumber(text, request_time.GetMinute(), 2);
-  text += ':';
-  AppendNumber(text, request_time.GetSecond(), 2);
+  char text[80];  // six numbers of 11 characters at most
+  char* end = WriteNumber(text, request_time.GetMonth(), 2, '/');
+  end = WriteNumber(end, request_time.GetDay(), 2, '/');
+  end = WriteNumber(end, request_time.GetYear(), 4, ' ');
+  end = WriteNumber(end, request_time.GetHour(), 2, ':');
+  end = WriteNumber(end, request_time.GetMinute(), 2, ':');
+  end = WriteNumber(end, request_time.GetSecond(), 2, '\0');
   return text;
 }

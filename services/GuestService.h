@@ -25,11 +25,12 @@ class GuestService : public GuestServiceBase {
   /// `request_time` as MM/DD/YYYY HH:MM:SS.
   std::string GetRequestTimeString() const;
 
-  CompactText name;
-  CompactText description;
+  // In this order no byte is lost between them.
   int icon = 0;
   int delay = 0;  // minutes that a request stays open
-  CompactText operarequest;
   int state = STATE_NOT_REQUESTED;
+  CompactText name;
+  CompactText description;
+  CompactText operarequest;
   QxTime request_time;  // when the service last became requested
 };

@@ -15,9 +15,9 @@ bool IsText(pugi::xml_node node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-void AppendStartTag(std::string& out, pugi::xml_node element) {
-  out += '<';
-  out += element.name();
+void AppendStartTag(Markup& out, pugi::xml_node element) {
+  out.Append('<');
+  out.Append(element.name());
   for (const pugi::xml_attribute attribute : element.attributes()) {
     AppendAttribute(out, attribute.name(), attribute.value());
   }
@@ -62,10 +62,10 @@ pugi::xml_node FirstElement(pugi::xml_node node) {
   return node;
 }
 
-void AppendElement(std::string& out, pugi::xml_node element) {
+void AppendElement(Markup& out, pugi::xml_node element) {
   bool startTagOpen = false;
   const auto closeStartTag = [&] {
-    if (startTagOpen) out += '>';
+    if (startTagOpen) out.Append('>');
     startTagOpen = false;
   };
   // Not recursive: elements that were built, not parsed, may be nested to any depth.
@@ -85,7 +85,11 @@ void AppendElement(std::string& out, pugi::xml_node element) {
     // On to the next node, closing what ends on the way.
     for (;;) {
       if (node.type() == pugi::node_element) {
-        out += startTagOpen ? "/>" : std::string("</").append(node.name()).append(">");
+        out.Append(startTagOpen ? "/>" : "</");
+        if (!startTagOpen) {
+          out.Append(node.name());
+          out.Append('>');
+        }
         startTagOpen = false;
       }
       if (node == element) return;
@@ -96,12 +100,12 @@ void AppendElement(std::string& out, pugi::xml_node element) {
   }
 }
 
-void AppendAttribute(std::string& out, std::string_view name, std::string_view value) {
-  out += ' ';
-  out += name;
-  out += "=\"";
+void AppendAttribute(Markup& out, std::string_view name, std::string_view value) {
+  out.Append(' ');
+  out.Append(name);
+  out.Append("=\"");
   AppendEscaped(out, value);
-  out += '"';
+  out.Append('"');
 }
 
 }  // namespace qx

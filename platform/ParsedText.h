@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Markup.h"
+
 namespace qx {
 
 /// A parsed XML text, kept alive by every element that is a place in it.
@@ -27,9 +29,9 @@ pugi::xml_node FirstElement(pugi::xml_node node);
 
 /// Appends the element as `XmlNode::OuterXml` gives it. Comments and processing instructions are
 /// left out.
-void AppendElement(std::string& out, pugi::xml_node element);
+void AppendElement(Markup& out, pugi::xml_node element);
 
 /// Appends ` name="value"`.
-void AppendAttribute(std::string& out, std::string_view name, std::string_view value);
+void AppendAttribute(Markup& out, std::string_view name, std::string_view value);
 
 }  // namespace qx

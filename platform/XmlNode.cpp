@@ -13,12 +13,9 @@ namespace {
 constexpr int kMaxDepth = 64;
 constexpr std::string_view kPlaceholderName = "_";  // stands in while an element has no name
 
-/// The attribute's value; null when the element has none of that name.
-const char* FindValue(pugi::xml_node element, std::string_view name) {
-  for (const pugi::xml_attribute attribute : element.attributes()) {
-    if (name == attribute.name()) return attribute.value();
-  }
-  return nullptr;
+/// The attribute of that name; a null one, whose value is "", when the element has none.
+pugi::xml_attribute FindAttribute(pugi::xml_node_struct* element, std::string_view name) {
+  return pugi::xml_node(element).attribute(std::string(name).c_str());
 }
 
 std::uint64_t NameBit(std::string_view name) {
@@ -32,14 +29,24 @@ std::uint64_t NameBit(std::string_view name) {
 
 /// Lets `append` add to `out`, all or nothing.
 template <typename Append>
-void AppendWhole(std::string& out, const Append& append) {
-  const std::size_t before = out.size();
+void AppendWhole(Markup& out, const Append& append) {
+  const std::size_t before = out.GetSize();
   try {
     append(out);
   } catch (...) {
-    out.resize(before);
+    out.Truncate(before);
     throw;
   }
+}
+
+/// `markup` with `text` in place of the `size` bytes at `position`.
+Markup Replace(const Markup& markup, std::size_t position, std::size_t size,
+               std::string_view text) {
+  Markup out;
+  out.Append(markup.GetText().substr(0, position));
+  out.Append(text);
+  out.Append(markup.GetText(position + size));
+  return out;
 }
 
 }  // namespace
@@ -53,18 +60,22 @@ XmlNode::~XmlNode() = default;
 
 void XmlNode::Initialize(std::string_view name, std::string_view value) {
   Write();
-  std::string text;
+  Markup text;
   AppendEscaped(text, value);
-  name_ = name;
-  text_ = std::move(text);
+  std::string newName(name);
+  if (text.GetSize() + textSize_ != 0) {
+    markup_ = Replace(markup_, attributesSize_, textSize_, text.GetText());
+  }
+  textSize_ = text.GetSize();
+  name_ = std::move(newName);
 }
 
 void XmlNode::AddChild(const boost::shared_ptr<XmlNode>& child) {
   Write();
   if (child.get() == this) {
-    children_ += OuterXml();
+    markup_.Append(OuterXml());
   } else {
-    AppendWhole(children_, [&](std::string& children) { child->AppendOuterXml(children); });
+    AppendWhole(markup_, [&](Markup& markup) { child->AppendOuterXml(markup); });
   }
 }
 
@@ -72,7 +83,7 @@ void XmlNode::AddChild(std::string_view name, std::string_view value) {
   XmlNode child;
   child.Initialize(name, value);
   Write();
-  child.AppendOuterXml(children_);
+  AppendWhole(markup_, [&](Markup& markup) { child.AppendOuterXml(markup); });
 }
 
 void XmlNode::SetAttribute(std::string_view name, std::string_view value) {
@@ -82,9 +93,17 @@ void XmlNode::SetAttribute(std::string_view name, std::string_view value) {
     ReplaceAttribute(name, value);
     return;
   }
-  constexpr std::size_t kUsualSize = 240;
-  if (attributes_.empty()) attributes_.reserve(kUsualSize);
-  AppendWhole(attributes_, [&](std::string& out) { AppendAttribute(out, name, value); });
+  if (markup_.GetSize() == attributesSize_) {
+    constexpr std::size_t kUsualSize = 240;
+    markup_.Reserve(kUsualSize);
+    AppendWhole(markup_, [&](Markup& markup) { AppendAttribute(markup, name, value); });
+    attributesSize_ = markup_.GetSize();
+  } else {
+    Markup attribute;
+    AppendAttribute(attribute, name, value);
+    markup_ = Replace(markup_, attributesSize_, 0, attribute.GetText());
+    attributesSize_ += attribute.GetSize();
+  }
   source_.reset();
   attributeNames_ |= bit;
 }
@@ -97,37 +116,37 @@ void XmlNode::SetAttributeNumber(std::string_view name, int value) {
 
 void XmlNode::ReplaceAttribute(std::string_view name, std::string_view value) {
   Read();
-  std::string attributes;
+  Markup attributes;
   for (const pugi::xml_attribute attribute : pugi::xml_node(parsed_).attributes()) {
     const bool replaced = name == attribute.name();
     AppendAttribute(attributes, attribute.name(), replaced ? value : attribute.value());
   }
-  attributes_ = std::move(attributes);
+  markup_ = Replace(markup_, 0, attributesSize_, attributes.GetText());
+  attributesSize_ = attributes.GetSize();
   source_.reset();
 }
 
 std::string XmlNode::GetAttribute(std::string_view name) const {
   Read();
-  const char* value = FindValue(pugi::xml_node(parsed_), name);
-  return value != nullptr ? value : "";
+  return FindAttribute(parsed_, name).value();
 }
 
 int XmlNode::GetAttributeNumber(std::string_view name) const {
   Read();
-  const char* value = FindValue(pugi::xml_node(parsed_), name);
-  return value != nullptr ? ToInt(value) : 0;
+  return ToInt(FindAttribute(parsed_, name).value());
 }
 
 bool XmlNode::HasAttribute(std::string_view name) const {
   Read();
-  return FindValue(pugi::xml_node(parsed_), name) != nullptr;
+  return !FindAttribute(parsed_, name).empty();
 }
 
 boost::shared_ptr<XmlNode> XmlNode::GetChild(std::string_view name) const {
-  XmlNodeIterator children(*this);
-  boost::shared_ptr<XmlNode> child = children.GetFirst();
-  while (child && !child->IsName(name)) child = children.GetNext();
-  return child;
+  Read();
+  pugi::xml_node child = FirstElement(pugi::xml_node(parsed_).first_child());
+  while (child && name != child.name()) child = FirstElement(child.next_sibling());
+  if (!child) return {};
+  return boost::make_shared<XmlNode>(source_, child.internal_object());
 }
 
 std::string XmlNode::GetName() const {
@@ -139,71 +158,71 @@ bool XmlNode::IsName(std::string_view name) const {
 }
 
 std::string XmlNode::OuterXml() const {
-  std::string text;
+  Markup text;
   AppendOuterXml(text);
-  return text;
+  return std::string(text.GetText());
 }
 
-void XmlNode::AppendOuterXml(std::string& out) const {
+void XmlNode::AppendOuterXml(Markup& out) const {
   if (!written_) {
     AppendElement(out, pugi::xml_node(parsed_));
     return;
   }
   if (name_.empty()) return;
-  constexpr std::size_t kPunctuation = 5;
-  const std::size_t size =
-      2 * name_.size() + attributes_.size() + text_.size() + children_.size() + kPunctuation;
-  // Growing by less than double each time would copy a long list once for each of its elements.
-  if (out.capacity() - out.size() < size) out.reserve(out.size() + std::max(size, out.size()));
-  out.append(1, '<').append(name_).append(attributes_);
-  if (text_.empty() && children_.empty()) {
-    out.append("/>");
-  } else {
-    out.append(1, '>').append(text_).append(children_);
-    out.append("</").append(name_).append(1, '>');
+  const std::string_view attributes = markup_.GetText().substr(0, attributesSize_);
+  const std::string_view content = markup_.GetText(attributesSize_);
+  out.Append('<');
+  out.Append(name_);
+  out.Append(attributes);
+  if (content.empty()) {
+    out.Append("/>");
+    return;
   }
+  out.Append('>');
+  out.Append(content);
+  out.Append("</");
+  out.Append(name_);
+  out.Append('>');
 }
 
 void XmlNode::Read() const {
   if (source_) return;
   const auto source = boost::make_shared<ParsedText>();
+  const std::string_view name = name_.empty() ? kPlaceholderName : name_;
   std::string text(1, '<');
-  text.append(name_.empty() ? kPlaceholderName : name_).append(attributes_).append(1, '>');
-  text.append(text_).append(children_);
-  text.append("</").append(name_.empty() ? kPlaceholderName : name_).append(1, '>');
+  text.append(name).append(markup_.GetText().substr(0, attributesSize_)).append(1, '>');
+  text.append(markup_.GetText(attributesSize_)).append("</").append(name).append(1, '>');
   source->Parse(text, true);
   parsed_ = source->GetRoot().internal_object();
   source_ = source;
 }
 
-void XmlNode::Write() {
-  if (written_) {
-    source_.reset();
-    return;
-  }
+void XmlNode::WriteParsed() {
   const pugi::xml_node element(parsed_);
-  std::string attributes;
+  Markup markup;
   std::uint64_t names = 0;
   for (const pugi::xml_attribute attribute : element.attributes()) {
-    AppendAttribute(attributes, attribute.name(), attribute.value());
+    AppendAttribute(markup, attribute.name(), attribute.value());
     names |= NameBit(attribute.name());
   }
-  std::string text;  // what stands before the first child; what comes later is left in its place
-  std::string children;
+  const std::size_t attributesSize = markup.GetSize();
+  std::size_t textSize = 0;  // of what stands before the first child; what comes later stays there
+  bool hasChild = false;
   for (const pugi::xml_node node : element.children()) {
     if (node.type() == pugi::node_element) {
-      AppendElement(children, node);
+      AppendElement(markup, node);
+      hasChild = true;
     } else if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata) {
-      AppendEscaped(children.empty() ? text : children, node.value());
+      AppendEscaped(markup, node.value());
+      if (!hasChild) textSize = markup.GetSize() - attributesSize;
     }
   }
   name_ = element.name();
-  attributes_ = std::move(attributes);
-  text_ = std::move(text);
-  children_ = std::move(children);
+  markup_ = std::move(markup);
+  attributesSize_ = attributesSize;
+  textSize_ = textSize;
   attributeNames_ = names;
   written_ = true;
-  source_.reset();
 }
 
 boost::shared_ptr<XmlNode> XmlNodeIterator::GetFirst() {

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Markup.h"
 #include "platform/Types.h"
 
 namespace pugi {
@@ -82,14 +83,18 @@ class PLATFORM_API XmlNode {
   // text that they will be, so that handing them on is a copy of bytes. Parsed: a place in a parsed
   // text. Reading parses what was only written; changing writes what was only parsed.
   void Read() const;
-  void Write();
+  void Write() {
+    if (!written_) WriteParsed();
+    source_.reset();
+  }
+  void WriteParsed();
   void ReplaceAttribute(std::string_view name, std::string_view value);
-  void AppendOuterXml(std::string& out) const;
+  void AppendOuterXml(Markup& out) const;
 
   std::string name_;
-  std::string attributes_;
-  std::string text_;
-  std::string children_;
+  Markup markup_;  // the attributes, the text, the children, one after another
+  std::size_t attributesSize_ = 0;
+  std::size_t textSize_ = 0;
   std::uint64_t attributeNames_ = 0;  // a bit for each name that may have been set
   bool written_ = true;
   mutable boost::shared_ptr<ParsedText> source_;

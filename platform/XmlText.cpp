@@ -1,5 +1,6 @@
 #include "platform/XmlText.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qx {
@@ -59,37 +60,30 @@ int Utf8Length(std::string_view text) {
   return length;
 }
 
-void AppendEscaped(std::string& out, std::string_view text) {
-  std::size_t plainFrom = 0;
-  std::size_t i = 0;
-  const auto replace = [&](std::size_t length, std::string_view replacement) {
-    out.append(text.data() + plainFrom, i - plainFrom);
-    out.append(replacement);
-    i += length;
-    plainFrom = i;
-  };
-  while (i < text.size()) {
-    const ByteClass byteClass = ClassOf(text[i]);
-    if (byteClass == ByteClass::kPlain) {
-      ++i;
-    } else if (byteClass == ByteClass::kEscaped) {
-      replace(1, Escape(text[i]));
-    } else if (byteClass == ByteClass::kForbidden) {
-      replace(1, kReplacement);
-    } else {
-      const int length = Utf8Length(text.substr(i));
-      const auto size = static_cast<std::size_t>(length < 0 ? -length : length);
-      const std::string_view character = text.substr(i, size);
+void AppendEscaped(Markup& out, std::string_view text) {
+  const auto isPlain = [](char c) { return ClassOf(c) == ByteClass::kPlain; };
+  for (;;) {
+    const auto* const special = std::find_if_not(text.begin(), text.end(), isPlain);
+    const auto plain = static_cast<std::size_t>(special - text.begin());
+    out.Append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) return;
+    const ByteClass byteClass = ClassOf(text.front());
+    std::size_t size = 1;
+    std::string_view written = kReplacement;
+    if (byteClass == ByteClass::kEscaped) {
+      written = Escape(text.front());
+    } else if (byteClass == ByteClass::kMultiByte) {
+      const int length = Utf8Length(text);
+      size = static_cast<std::size_t>(length < 0 ? -length : length);
+      const std::string_view character = text.substr(0, size);
       // U+FFFE and U+FFFF are UTF-8 but no XML characters.
-      const bool allowed = length > 0 && character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF";
-      if (allowed) {
-        i += size;
-      } else {
-        replace(size, kReplacement);
-      }
+      const bool allowed = character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF";
+      if (length > 0 && allowed) written = character;
     }
+    out.Append(written);
+    text.remove_prefix(size);
   }
-  out.append(text.data() + plainFrom, text.size() - plainFrom);
 }
 
 }  // namespace qx

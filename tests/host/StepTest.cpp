@@ -22,19 +22,17 @@ TEST(Step, IsANameAndWords) {
   const struct {
     const char* line;
     const char* words;
-  } cases[] = {
-      {"persist", "persist"},
-      {" \tpersist\t ", "persist"},
-      {"a=b", "a=b"},
-      {"ui GET id=1", "ui [|GET] [id|1]"},
-      {"N a= b", "N [a|] [|b]"},
-      {"N a='' b=\"\"", "N [a|\"\"] [b|\"\"]"},
-      {"N a='\"\\n\\'", R"(N [a|"\"\\n\\"])"},
-      {"N a=\"\\\"\\\\\\n\\t\\x00\\xfF\"", R"(N [a|"\"\\\n\t\x00\xFF"])"},
-      {"N a=b=c d=e'f g=h\"i", "N [a|b=c] [d|e'f] [g|h\"i]"},
-      {"N 'a=b' \"c d\"", "N [|\"a=b\"] [|\"c d\"]"},
-      {"N \u00FC=\u00E9", "N [\u00FC|\u00E9]"},
-  };
+  } cases[] = {{"persist", "persist"},
+               {" \tpersist\t ", "persist"},
+               {"a=b", "a=b"},
+               {"ui GET id=1", "ui [|GET] [id|1]"},
+               {"N a= b", "N [a|] [|b]"},
+               {"N a='' b=\"\"", "N [a|\"\"] [b|\"\"]"},
+               {"N a='\"\\n\\'", R"(N [a|"\"\\n\\"])"},
+               {"N a=\"\\\"\\\\\\n\\t\\x00\\xfF\"", R"(N [a|"\"\\\n\t\x00\xFF"])"},
+               {"N a=b=c d=e'f g=h\"i", "N [a|b=c] [d|e'f] [g|h\"i]"},
+               {"N 'a=b' \"c d\"", "N [|\"a=b\"] [|\"c d\"]"},
+               {"N \u00FC=\u00E9", "N [\u00FC|\u00E9]"}};
   for (const auto& [line, words] : cases) EXPECT_EQ(Show(line), words) << line;
   EXPECT_THROW(host::ParseStep(" "), host::StepError);
 }

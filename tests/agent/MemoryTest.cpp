@@ -13,8 +13,10 @@ namespace {
 // Sanitizers have a heap of their own, which they judge themselves, and take their time.
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kRounds = 2000;
+constexpr std::size_t kGreat = 1000000;
 #else
 constexpr int kRounds = 100000;
+constexpr std::size_t kGreat = 10000000;
 #endif
 
 std::size_t BytesInUse() {
@@ -67,7 +69,6 @@ TEST_F(Memory, IsBackWhereItWasAfterAMillionCommands) {
 }
 
 TEST_F(Memory, IsBackWhereItWasAfterGreatTexts) {
-  constexpr std::size_t kGreat = 10000000;
   const auto round = [&] {
     Execute("ADD_SERVICE", {{"name", std::string(kGreat, '&')}});
     EXPECT_GT(Execute("GET_ALL_SERVICES"), 5 * kGreat);

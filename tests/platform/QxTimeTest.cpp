@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <time.h>
 
+#include <cstdlib>
+#include <ctime>
 #include <string>
 
 #include "platform/QxTime.h"

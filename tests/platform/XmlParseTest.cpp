@@ -87,7 +87,7 @@ TEST(XmlNode, MayBeBuiltDeeperThanItMayBeParsed) {
     const auto outer = qx::CreateXmlNode("a", "");
     outer->AddChild(element);
     element = outer;
-    expected = "<a>" + expected + "</a>";
+    expected.insert(0, "<a>").append("</a>");
   }
   EXPECT_EQ(element->OuterXml(), expected);
   EXPECT_EQ("<a>" + element->GetChild("a")->OuterXml() + "</a>", expected);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <regex>
+#include <string_view>
 #include <utility>
 
 #include "host/Clock.h"
@@ -20,16 +20,15 @@ constexpr std::int64_t kFirstMoment = 1709283600;  // where a replay begins, too
 bool IsAdd(const std::string& step) { return step.rfind("ADD_SERVICE", 0) == 0; }
 
 /// The step with lower ids, for services that were not added before.
-std::string LowerIds(const std::string& step, int by) {
-  static const std::regex kId(R"re(( id=\\?"?)(\d{1,6})(?!\d))re");
-  std::string lowered;
-  auto rest = step.begin();
-  for (std::sregex_iterator found(step.begin(), step.end(), kId), end; found != end; ++found) {
-    const int id = std::stoi((*found)[2]);
-    lowered.append(rest, (*found)[2].first).append(std::to_string(id > by ? id - by : id));
-    rest = (*found)[2].second;
+std::string LowerIds(std::string step, int by) {
+  constexpr std::string_view kKey = " id=";
+  for (auto at = step.find(kKey); at != std::string::npos; at = step.find(kKey, at)) {
+    at = std::min(step.find_first_not_of("\\\"", at + kKey.size()), step.size());
+    const std::size_t end = std::min(step.find_first_not_of("0123456789", at), step.size());
+    const int id = ReadNumber(step.substr(at, end - at));
+    if (id > by) step.replace(at, end - at, std::to_string(id - by));
   }
-  return lowered.append(rest, step.end());
+  return step;
 }
 
 /// Without the parameter; nothing if the word is none.

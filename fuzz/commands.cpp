@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ class Run {
     for (int i = 0; i < kMostActions && input_.remaining_bytes() != 0; ++i) {
       Act();
       list_ = agent_.Persist();
-      fuzz::Require(!isUnique_ || fuzz::AreUnique(fuzz::IdsOf(list_)), "an id twice: " + list_);
+      Check();
     }
     Restart();
   }
@@ -44,6 +45,8 @@ class Run {
   std::string Element(const std::string& name);
   host::CmdMessage Message();
 
+  void Check();
+
   // Actions
   void Act();
   void Execute();
@@ -56,7 +59,7 @@ class Run {
   FuzzedDataProvider& input_;
   fuzz::Agent agent_;
   std::string list_;      // as persisted last
-  bool isUnique_ = true;  // whether the ids of the state that the agent started with were unique
+  bool isUnique_ = true;  // whether its ids must be
 };
 
 /// Mostly an id that a service may have.
@@ -123,6 +126,14 @@ host::CmdMessage Run::Message() {
   return {input_.ConsumeBool() ? command.name : Text(), params};
 }
 
+/// Ids stay unique if they were at the start and have not been counted to their end.
+void Run::Check() {
+  const auto ids = fuzz::IdsOf(list_);
+  fuzz::Require(!isUnique_ || fuzz::AreUnique(ids), "an id twice: " + list_);
+  constexpr unsigned int kLast = std::numeric_limits<unsigned int>::max();
+  isUnique_ = isUnique_ && std::find(ids.begin(), ids.end(), kLast) == ids.end();
+}
+
 void Run::Act() {
   host::Host& host = agent_.GetHost();
   switch (input_.ConsumeIntegralInRange(0, 11)) {
@@ -168,6 +179,7 @@ void Run::StartWith(const std::string& state) {
   agent_.Start(document ? document->GetRoot() : nullptr);
   list_ = agent_.Persist();
   isUnique_ = fuzz::AreUnique(fuzz::IdsOf(list_));
+  Check();
 }
 
 void Run::SendEvent() {

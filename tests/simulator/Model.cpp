@@ -352,12 +352,10 @@ void Model::Log(Level level, const std::string& text) {
   Say(std::string("log ") + kNames.at(level) + ' ' + host::Quote(text));
 }
 
-void Model::Answer(const std::string& xml) {
-  Say(xml.empty() ? "answer" : "answer " + host::ToOneLine(xml));
-}
+void Model::Answer(const std::string& xml) { Say(xml.empty() ? "answer" : "answer " + xml); }
 
 void Model::Push(const std::string& name, const std::string& content) {
-  Say("push " + host::ToOneLine('<' + name + '>' + content + "</" + name + '>'));
+  Say("push <" + name + '>' + content + "</" + name + '>');
 }
 
 void Model::PushId(const std::string& name, std::uint32_t id) {

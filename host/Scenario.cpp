@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -83,10 +84,14 @@ std::vector<std::string> Scenario::GetLines() const {
 }
 
 void Scenario::Write(const std::string& path) const {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  // Beside the file and then in its place: a full disk must not cost the scenario.
+  const std::filesystem::path target = std::filesystem::canonical(path);
+  const std::string written = target.string() + ".new";
+  std::ofstream file(written, std::ios::binary | std::ios::trunc);
   for (const std::string& line : GetLines()) file << line << '\n';
   file.close();
-  if (!file) throw std::runtime_error(path + ": cannot write it: " + std::strerror(errno));
+  if (!file) throw std::runtime_error(written + ": cannot write it: " + std::strerror(errno));
+  std::filesystem::rename(written, target);
 }
 
 }  // namespace host

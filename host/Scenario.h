@@ -27,7 +27,7 @@ class Scenario {
   void SetLines(std::size_t block, const std::vector<std::string>& lines);
 
   std::vector<std::string> GetLines() const;
-  /// Writes the file. Throws `std::runtime_error` that names it.
+  /// Replaces a file that is there, all or nothing. Throws `std::runtime_error` that names it.
   void Write(const std::string& path) const;
 
  private:

@@ -125,7 +125,7 @@ Step ParseStep(std::string_view line) {
 }
 
 std::int64_t ParseDuration(const std::string& text) {
-  constexpr std::int64_t kMost = std::int64_t{366} * 24 * 3600;
+  constexpr std::int64_t kMost = std::int64_t{36525} * 24 * 3600;
   std::int64_t seconds = text.empty() ? -1 : 0;
   const char* const end = text.data() + text.size();
   for (const char* at = text.data(); at != end && seconds >= 0;) {
@@ -138,7 +138,7 @@ std::int64_t ParseDuration(const std::string& text) {
     at = isRead ? result.ptr + 1 : end;
   }
   if (seconds < 0) {
-    throw StepError('\'' + ToOneLine(text) + "' is no duration up to a year, such as 14m30s");
+    throw StepError('\'' + ToOneLine(text) + "' is no duration up to a century, such as 14m30s");
   }
   return seconds * 1000;
 }

@@ -34,7 +34,7 @@ struct Step {
 Step ParseStep(std::string_view line);
 
 /// Reads "90s", "15m", "14m30s", "2h" as milliseconds. Throws `StepError`, also for more than a
-/// year: every expiry on the way is delivered.
+/// century: every expiry on the way is delivered.
 std::int64_t ParseDuration(const std::string& text);
 
 /// Reads "2024-03-02T09:05:07", a time in the process's zone, as milliseconds since 1970-01-01

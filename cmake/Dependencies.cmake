@@ -14,6 +14,8 @@ set_target_properties(log4cplus::log4cplus PROPERTIES INTERFACE_LINK_LIBRARIES "
 if(GUEST_SERVICES_HOST)
   find_package(CLI11 REQUIRED)         # CLI11::CLI11
 
+  find_library(EDIT_LIBRARY edit REQUIRED)
+
   # Header only, and without a package file of its own.
   find_path(DTL_INCLUDE_DIR dtl/dtl.hpp REQUIRED)
   add_library(dtl INTERFACE)

@@ -1,88 +1,120 @@
 #include "host/Console.h"
 
-#include <poll.h>
+#include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <boost/asio/error.hpp>
+#include <boost/asio/post.hpp>
 #include <cerrno>
-#include <iostream>
-#include <limits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <system_error>
-
-#include "host/Clock.h"
-#include "host/Session.h"
+#include <utility>
 
 namespace host {
 namespace {
 
-/// Lines from standard input, without blocking for the rest of one.
-class LineReader {
- public:
-  /// Reads what is there. False at the end of the input.
-  bool Fill() {
-    char buffer[4096];
-    const ssize_t size = read(STDIN_FILENO, buffer, sizeof buffer);
-    if (size < 0 && errno == EINTR) return true;
-    if (size < 0) throw std::system_error(errno, std::generic_category(), "standard input");
-    if (size == 0 && !text_.empty()) text_ += '\n';
-    text_.append(buffer, static_cast<std::size_t>(size));
-    return size != 0;
-  }
+namespace asio = boost::asio;
 
-  bool TakeLine(std::string& line) {
-    const std::size_t end = text_.find('\n');
-    if (end == std::string::npos) return false;
-    line = text_.substr(0, end);
-    text_.erase(0, end + 1);
-    return true;
-  }
-
- private:
-  std::string text_;
-};
-
-void WaitForInput(std::optional<std::int64_t> due, std::int64_t now) {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  constexpr std::int64_t kLongest = std::numeric_limits<int>::max();
-  const std::int64_t wait = due ? std::clamp<std::int64_t>(*due - now, 0, kLongest) : -1;
-  if (poll(&input, 1, static_cast<int>(wait)) < 0 && errno != EINTR) {
-    throw std::system_error(errno, std::generic_category(), "standard input");
-  }
+bool IsColourWanted() {
+  const char* const off = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  const bool isOff = off != nullptr && *off != '\0';
+  const bool isDumb = terminal == nullptr || std::strcmp(terminal, "dumb") == 0;
+  return isatty(STDOUT_FILENO) != 0 && !isOff && !isDumb;
 }
 
-bool HasInput() {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  return poll(&input, 1, 0) > 0;
+/// The terminal's code for lines that begin so.
+const char* ColourOf(std::string_view line) {
+  constexpr std::pair<std::string_view, const char*> kColours[] = {
+      {"error ", "31"},     {"assert ", "31"},
+      {"log ERROR", "31"},  {"! health state=\"failed", "1;31"},
+      {"! notice", "1;31"}, {"! ", "36"},
+      {"> ", "1"},          {"push ", "32"},
+      {"bound ", "34"},     {"fire ", "35"},
+      {"forward ", "35"},   {"log ", "2"},
+  };
+  for (const auto& [start, colour] : kColours) {
+    if (line.substr(0, start.size()) == start) return colour;
+  }
+  return nullptr;
 }
 
 }  // namespace
 
-void RunConsole(const PluginLibrary& plugin, bool verbose) {
-  const bool isTerminal = isatty(STDIN_FILENO) != 0;
-  const auto prompt = [&] {
-    if (isTerminal) std::cout << "> " << std::flush;
-  };
-  SystemClock clock;
-  Session session(plugin, clock, [](const std::string& line) {
-    std::cout << line << '\n' << std::flush;
-  });
-  session.SetVerbose(verbose);
-  session.Start();
-  LineReader reader;
-  prompt();
-  for (bool open = true; open;) {
-    WaitForInput(session.GetHost().GetNextDue(), clock.Monotonic());
-    session.DeliverExpiries();
-    if (!HasInput()) continue;
-    open = reader.Fill();
-    for (std::string line; reader.TakeLine(line);) {
-      if (line.compare(0, 2, "> ") == 0) line.erase(0, 2);
-      const bool isComment = line.empty() || line.front() == '#';
-      if (!isTerminal) std::cout << (isComment ? "" : "> ") << line << '\n' << std::flush;
-      if (!isComment) session.RunStep(line);
-      prompt();
+Console::Console(asio::io_context& io, OnLine onLine, OnEnd onEnd)
+    : onLine_(std::move(onLine)),
+      onEnd_(std::move(onEnd)),
+      input_(io, dup(STDIN_FILENO)),
+      isTerminal_(isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0),
+      isColoured_(IsColourWanted()) {}
+
+void Console::Open() {
+  if (isTerminal_) {
+    editor_ = std::make_unique<LineEditor>([this](const std::string* line) {
+      if (line != nullptr) {
+        onLine_(*line);
+      } else {
+        asio::post(input_.get_executor(), onEnd_);  // it ends the editor
+      }
+    });
+  }
+  Wait();
+}
+
+void Console::Close() {
+  boost::system::error_code ignored;
+  input_.close(ignored);
+  editor_.reset();
+}
+
+void Console::Wait() {
+  const int flags = fcntl(STDIN_FILENO, F_GETFL);
+  input_.async_wait(asio::posix::descriptor_base::wait_read,
+                    [this](const boost::system::error_code& error) {
+                      if (error == asio::error::operation_aborted || !input_.is_open()) return;
+                      Read();  // a file cannot be waited for, and need not
+                    });
+  // The wait makes the input non-blocking for all that share it, such as the shell.
+  fcntl(STDIN_FILENO, F_SETFL, flags);
+}
+
+void Console::Read() {
+  if (editor_) {
+    editor_->Read();
+  } else {
+    char buffer[4096];
+    const ssize_t size = read(STDIN_FILENO, buffer, sizeof buffer);
+    if (size > 0) text_.append(buffer, static_cast<std::size_t>(size));
+    const bool isLast = size == 0 || (size < 0 && errno != EINTR);
+    TakeLines(isLast);
+    if (isLast) {
+      Close();
+      onEnd_();
+      return;
     }
   }
+  if (input_.is_open()) Wait();
+}
+
+void Console::TakeLines(bool isLast) {
+  if (isLast && !text_.empty()) text_ += '\n';
+  for (std::size_t end = 0; input_.is_open() && (end = text_.find('\n')) != std::string::npos;) {
+    const std::string line = text_.substr(0, end);
+    text_.erase(0, end + 1);
+    onLine_(line);
+  }
+}
+
+void Console::Print(std::string_view line) {
+  if (editor_) editor_->Hide();
+  const char* const colour = isColoured_ ? ColourOf(line) : nullptr;
+  if (colour != nullptr) std::printf("\033[%sm", colour);
+  std::fwrite(line.data(), 1, line.size(), stdout);
+  std::fputs(colour != nullptr ? "\033[0m\n" : "\n", stdout);
+  std::fflush(stdout);
+  if (editor_) editor_->Show();
 }
 
 }  // namespace host

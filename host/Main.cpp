@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/Console.h"
+#include "host/LiveHost.h"
 #include "host/PluginLibrary.h"
 #include "host/Replay.h"
 
@@ -18,6 +18,36 @@ namespace {
 std::string GetDefaultPlugin() {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   return (program.parent_path() / PLUGIN_FROM_BIN).lexically_normal().string();
+}
+
+void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
+  command.footer(
+      "Type help for the steps. The host ends with the input (Ctrl-D), SIGINT or SIGTERM; SIGHUP\n"
+      "loads the plug-in anew. NO_COLOR switches colours off.");
+  command
+      .add_option("--state", options.session.stateFile,
+                  "Keep the agent's state in this file, and the version before in FILE.backup; "
+                  "without it, nothing is written")
+      ->type_name("FILE");
+  command
+      .add_option("--listen", options.listen,
+                  "Serve the page there: a loopback address with a port (0 for any that is free), "
+                  "or none")
+      ->type_name("ADDRESS:PORT")
+      ->capture_default_str();
+  command
+      .add_option("--allow-host", options.proxyNames,
+                  "Also serve the page under this name, that of a proxy in front of it")
+      ->type_name("NAME");
+  command
+      .add_option("--log-level", options.session.logLevel,
+                  "Which log records there are: DEBUG, INFO, ERROR or OFF; INFO if nothing else "
+                  "says")
+      ->type_name("LEVEL");
+  command
+      .add_option("--log-config", options.session.logConfig,
+                  "Set the log up by this property file of log4cplus")
+      ->type_name("FILE");
 }
 
 int Run(int argc, char** argv) {
@@ -39,8 +69,12 @@ int Run(int argc, char** argv) {
   replayCommand->add_option("--junit", replay.junitFile, "Write the results for a CI system");
   addCommonOptions(replayCommand);
 
+  host::LiveHost::Options live;
   CLI::App* const runCommand =
-      app.add_subcommand("run", "Carry out steps from standard input, on the real clock");
+      app.add_subcommand("run",
+                         "Run the agent as in a property: on the real clock, with a console "
+                         "and a page in the browser");
+  AddRunOptions(*runCommand, live);
   addCommonOptions(runCommand);
 
   CLI11_PARSE(app, argc, argv);
@@ -50,13 +84,13 @@ int Run(int argc, char** argv) {
     setenv("TZ", "UTC", 1);
     tzset();
   }
-  const host::PluginLibrary library(plugin);
-  bool isAsExpected = true;
-  if (isReplay) {
-    isAsExpected = host::ReplayFiles(library, replay, std::cout);
-  } else {
-    host::RunConsole(library, replay.verbose);
+  if (!isReplay) {
+    live.session.plugin = plugin;
+    live.session.verbose = replay.verbose;
+    return host::LiveHost(live).Run() ? EXIT_SUCCESS : EXIT_FAILURE;
   }
+  const host::PluginLibrary library(plugin);
+  const bool isAsExpected = host::ReplayFiles(library, replay, std::cout);
   if (!std::cout.flush()) throw std::runtime_error("cannot write to the standard output");
   return isAsExpected ? EXIT_SUCCESS : EXIT_FAILURE;
 }

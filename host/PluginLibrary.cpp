@@ -1,6 +1,11 @@
 #include "host/PluginLibrary.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 
 namespace host {
 namespace {
@@ -34,6 +39,25 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     throw PluginError(path_ + ": GetAgentName or GetCreationFunc failed");
   }
   if (factory_ == nullptr) throw PluginError(path_ + ": GetCreationFunc gives no factory");
+}
+
+std::unique_ptr<PluginLibrary> PluginLibrary::LoadCopy(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::string copy = (fs::temp_directory_path() / "guest-services-agent-XXXXXX").string();
+  const int file = mkstemp(copy.data());
+  if (file < 0) throw PluginError(copy + ": cannot make it: " + std::strerror(errno));
+  close(file);
+  std::unique_ptr<PluginLibrary> library;
+  try {
+    fs::copy_file(path, copy, fs::copy_options::overwrite_existing);
+    library = std::make_unique<PluginLibrary>(copy);
+  } catch (const std::exception& error) {
+    fs::remove(copy);
+    throw PluginError(path + ": cannot load a copy of it: " + error.what());
+  }
+  fs::remove(copy);  // what is mapped stays
+  library->path_ = path;
+  return library;
 }
 
 std::unique_ptr<IDriver> PluginLibrary::CreateAgent(IInstanceManager& instanceManager) const {

@@ -22,6 +22,9 @@ class PluginLibrary {
   /// then.
   explicit PluginLibrary(const std::string& path);
 
+  /// The same from a copy of the file, so that it is read anew even where it is loaded already.
+  static std::unique_ptr<PluginLibrary> LoadCopy(const std::string& path);
+
   /// The names of the agents in it.
   const std::vector<std::string>& GetNames() const { return names_; }
 

@@ -82,7 +82,7 @@ const Session::Verb* Session::FindVerb(const std::string& name) {
 }
 
 Session::Session(const PluginLibrary& plugin, Clock& clock, LineSink sink)
-    : plugin_(plugin), clock_(clock), sink_(std::move(sink)), host_(clock, *this) {
+    : plugin_(&plugin), clock_(clock), sink_(std::move(sink)), host_(clock, *this) {
   qx::Logger::initialize();
   qx::SetLogLevel(kFirstLogLevel);
 }
@@ -106,16 +106,15 @@ void Session::Execute(const Step& step) {
   }
 }
 
-void Session::DeliverExpiries() {
-  bool delivered = true;
-  while (delivered) {
-    Guarded([&] {
-      delivered = false;
-      const auto due = host_.GetNextDue();
-      delivered = due && *due <= clock_.Monotonic();
-      if (delivered) host_.DeliverExpiry();
-    });
+void Session::AdvanceTo(std::int64_t moment) {
+  const auto advance = [&](std::int64_t to) {
+    clock_.Advance(std::max<std::int64_t>(0, to - clock_.Monotonic()));
+  };
+  for (auto due = host_.GetNextDue(); due && *due <= moment; due = host_.GetNextDue()) {
+    advance(*due);
+    Guarded([&] { host_.DeliverExpiry(); });
   }
+  advance(moment);
 }
 
 void Session::OnHostCall(const HostCall& call) {
@@ -124,28 +123,43 @@ void Session::OnHostCall(const HostCall& call) {
   if (!line.empty()) sink_(line);
 }
 
-void Session::Guarded(const std::function<void()>& action) {
+bool Session::Guarded(const std::function<void()>& action) {
   std::string message;
   try {
     action();
-    return;
+    return true;
   } catch (const std::exception& error) {
     message = error.what();
   } catch (...) {
     message = "an exception of unknown type";
   }
   sink_("error " + ToOneLine(message));
+  return false;
 }
 
 void Session::Answer(const std::string& text) {
   sink_(text.empty() ? "answer" : "answer " + ToOneLine(text));
 }
 
-void Session::StartAgent(const boost::shared_ptr<qx::XmlNode>& state) {
-  Guarded([&] { host_.Create(plugin_); });
-  if (!host_.HasAgent()) return;
-  Guarded([&] { host_.Initialize(state); });
-  Guarded([&] { host_.LateInitialize(); });
+bool Session::Start(const boost::shared_ptr<qx::XmlNode>& state) {
+  if (!Guarded([&] { host_.Create(*plugin_); })) return false;
+  const bool isRestored = Guarded([&] { host_.Initialize(state); });
+  return Guarded([&] { host_.LateInitialize(); }) && isRestored;
+}
+
+bool Session::Replace(const PluginLibrary& plugin) {
+  boost::shared_ptr<qx::XmlNode> state;
+  const bool isPersisted = Guarded([&] {
+    if (const auto persisted = host_.Persist()) state = ParseState(persisted->OuterXml());
+  });
+  if (!isPersisted) return false;
+  const PluginLibrary* const before = std::exchange(plugin_, &plugin);
+  host_.Destroy();
+  if (Start(state)) return true;
+  plugin_ = before;
+  host_.Destroy();
+  Start(state);
+  return false;
 }
 
 void Session::OnCommand(const Step& step) {
@@ -184,15 +198,7 @@ void Session::OnEvent(const Step& step) {
 
 void Session::OnAdvance(const Step& step) {
   const std::string duration = GetValues(step, 1, 1, "advance 14m30s").front();
-  const std::int64_t end = clock_.Monotonic() + ParseDuration(duration);
-  const auto advanceTo = [&](std::int64_t moment) {
-    clock_.Advance(std::max<std::int64_t>(0, moment - clock_.Monotonic()));
-  };
-  for (auto due = host_.GetNextDue(); due && *due <= end; due = host_.GetNextDue()) {
-    advanceTo(*due);
-    Guarded([&] { host_.DeliverExpiry(); });
-  }
-  advanceTo(end);
+  AdvanceTo(clock_.Monotonic() + ParseDuration(duration));
 }
 
 void Session::OnClock(const Step& step) {
@@ -219,7 +225,7 @@ void Session::OnRestart(const Step& step) {
   if (!isGiven && persisted) state = ParseState(persisted->OuterXml());
   const std::string left = host_.Destroy();
   if (!left.empty()) sink_("error left registered: " + ToOneLine(left));
-  StartAgent(state);
+  Start(state);
 }
 
 void Session::OnProgramming(const Step& step) { host_.SetProgrammingManager(GetSwitch(step)); }

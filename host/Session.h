@@ -28,12 +28,18 @@ class Session : private IHostListener {
 
   void SetVerbose(bool verbose) { verbose_ = verbose; }
 
-  /// Starts the first agent with an empty list.
-  void Start() { StartAgent({}); }
+  /// Starts an agent with a state, or with an empty list; there must be none. Returns whether all
+  /// of it succeeded; if not, there may be an agent that lacks some of the state.
+  bool Start(const boost::shared_ptr<qx::XmlNode>& state = {});
+  /// Destroys the agent and starts one of `plugin`, which must outlive the session, with the state
+  /// that the first one leaves. If that fails, an agent of the plug-in before takes its place, and
+  /// this returns false.
+  bool Replace(const PluginLibrary& plugin);
   /// Carries out a step, given without the "> " before it.
   void RunStep(std::string_view line);
-  /// Delivers every expiry that is due by now.
-  void DeliverExpiries();
+  /// Moves the clock on to that many milliseconds of its monotonic time, and delivers every expiry
+  /// on the way at the moment at which it is due. A moment in the past moves nothing.
+  void AdvanceTo(std::int64_t moment);
 
   Host& GetHost() { return host_; }
 
@@ -43,9 +49,9 @@ class Session : private IHostListener {
 
   void OnHostCall(const HostCall& call) override;
   void Execute(const Step& step);
-  void StartAgent(const boost::shared_ptr<qx::XmlNode>& state);
-  /// Runs something that may throw; an exception becomes an `error` line.
-  void Guarded(const std::function<void()>& action);
+  /// Runs something that may throw; an exception becomes an `error` line. Returns whether there was
+  /// none.
+  bool Guarded(const std::function<void()>& action);
   void Answer(const std::string& text);
 
   void OnCommand(const Step& step);
@@ -60,7 +66,7 @@ class Session : private IHostListener {
   void OnLogLevel(const Step& step);
   void OnVerbose(const Step& step);
 
-  const PluginLibrary& plugin_;
+  const PluginLibrary* plugin_;
   Clock& clock_;
   LineSink sink_;
   bool verbose_ = false;

@@ -165,6 +165,14 @@ std::int64_t ParseTime(const std::string& text) {
   throw StepError("'" + ToOneLine(text) + "' is no time such as 2024-03-02T09:05:07");
 }
 
+std::string FormatTime(std::int64_t milliseconds) {
+  const QxTime time(milliseconds / 1000);
+  char text[64];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", time.GetYear(), time.GetMonth(),
+                time.GetDay(), time.GetHour(), time.GetMinute(), time.GetSecond());
+  return text;
+}
+
 unsigned int ParseUnsigned(const std::string& text) {
   unsigned int number = 0;
   const char* const end = text.data() + text.size();

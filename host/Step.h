@@ -41,6 +41,9 @@ std::int64_t ParseDuration(const std::string& text);
 /// 00:00:00 UTC. Throws `StepError`.
 std::int64_t ParseTime(const std::string& text);
 
+/// The same the other way round; fractions of a second are dropped.
+std::string FormatTime(std::int64_t milliseconds);
+
 /// Reads a decimal number of 32 bits. Throws `StepError`.
 unsigned int ParseUnsigned(const std::string& text);
 

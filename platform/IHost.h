@@ -84,5 +84,13 @@ PLATFORM_API void SetCurrentHost(IHost* host);
 /// The root logger's level, as a name: "DEBUG", "INFO", "WARN", "ERROR" or "OFF". Throws
 /// `std::invalid_argument` for a text that is no level.
 PLATFORM_API void SetLogLevel(const std::string& name);
+/// The root logger's level, as a name.
+PLATFORM_API std::string GetLogLevel();
+/// Sets log4cplus up by its property file; records go to the host all the same. Throws
+/// `std::runtime_error` that names the file when it cannot be read; log4cplus itself says on
+/// standard error what it does not understand in it.
+PLATFORM_API void ConfigureLog(const std::string& path);
+/// Writes a record of level ERROR for the host itself. It does not reach the host.
+PLATFORM_API void WriteHostError(const std::string& text);
 
 }  // namespace qx

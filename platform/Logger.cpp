@@ -2,13 +2,17 @@
 
 #include <execinfo.h>
 #include <log4cplus/appender.h>
+#include <log4cplus/configurator.h>
 #include <log4cplus/initializer.h>
 #include <log4cplus/logger.h>
 #include <log4cplus/loglevel.h>
 #include <log4cplus/spi/loggingevent.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -35,6 +39,10 @@ class HostAppender : public log4cplus::Appender {
   }
 };
 
+void AttachHost() {
+  log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new HostAppender));
+}
+
 }  // namespace
 
 bool Logger::hasBeenInitialized = false;
@@ -42,7 +50,7 @@ bool Logger::hasBeenInitialized = false;
 void Logger::initialize() {
   if (hasBeenInitialized) return;
   log4cplus::initialize();
-  log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new HostAppender));
+  AttachHost();
   hasBeenInitialized = true;
 }
 
@@ -57,6 +65,27 @@ void SetLogLevel(const std::string& name) {
                                          [&](const auto& entry) { return name == entry.first; });
   if (level == std::end(kLevels)) throw std::invalid_argument("'" + name + "' is no log level");
   log4cplus::Logger::getRoot().setLogLevel(level->second);
+}
+
+std::string GetLogLevel() {
+  return log4cplus::getLogLevelManager().toString(log4cplus::Logger::getRoot().getLogLevel());
+}
+
+void ConfigureLog(const std::string& path) {
+  Logger::initialize();
+  if (!std::ifstream(path)) {
+    throw std::runtime_error(path + ": cannot read it: " + std::strerror(errno));
+  }
+  log4cplus::PropertyConfigurator(path).configure();  // takes the appenders away
+  AttachHost();
+}
+
+void WriteHostError(const std::string& text) {
+  Logger::initialize();
+  IHost* const host = GetCurrentHost();
+  SetCurrentHost(nullptr);
+  log4cplus::Logger::getRoot().log(log4cplus::ERROR_LOG_LEVEL, text, "host");
+  SetCurrentHost(host);
 }
 
 StackTrace::StackTrace() : frames_{}, size_(0) {

@@ -1,0 +1,106 @@
+#include "host/LineEditor.h"
+
+#include <editline/readline.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/StepHelp.h"
+
+namespace host {
+namespace {
+
+constexpr const char* kPrompt = "> ";
+
+LineEditor* theEditor = nullptr;
+
+/// The next word that fits, as the library asks for it; it frees what it gets.
+char* NextCompletion(const char*, int isLater) {
+  static std::vector<std::string> words;
+  static std::size_t next = 0;
+  if (isLater == 0) {
+    words = CompleteStep(std::string_view(rl_line_buffer, static_cast<std::size_t>(rl_point)));
+    next = 0;
+  }
+  if (next == words.size()) return nullptr;
+  const std::string& word = words[next++];
+  rl_completion_append_character = word.back() == '=' ? '\0' : ' ';
+  return strdup(word.c_str());
+}
+
+char** Complete(const char* text, int, int) {
+  rl_attempted_completion_over = 1;  // else the library offers file names
+  return rl_completion_matches(text, NextCompletion);
+}
+
+/// How many rows of the screen the characters up to the cursor go down.
+int RowsAboveCursor() {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 0;
+  int column = static_cast<int>(std::strlen(kPrompt));
+  for (int i = 0; i < rl_point; ++i) {
+    if ((static_cast<unsigned char>(rl_line_buffer[i]) & 0xC0) != 0x80) ++column;
+  }
+  return column / size.ws_col;
+}
+
+}  // namespace
+
+LineEditor::LineEditor(std::function<void(const std::string*)> onLine)
+    : onLine_(std::move(onLine)) {
+  std::setlocale(LC_CTYPE, "");
+  theEditor = this;
+  rl_initialize();
+  using_history();
+  rl_attempted_completion_function = Complete;
+  rl_basic_word_break_characters = " \t";
+  Begin();
+}
+
+LineEditor::~LineEditor() {
+  if (isShown_) std::fputs("\n", stdout);
+  rl_callback_handler_remove();
+  theEditor = nullptr;
+}
+
+void LineEditor::Begin() {
+  rl_callback_handler_install(kPrompt, &LineEditor::OnLine);
+  isShown_ = true;
+}
+
+void LineEditor::Read() { rl_callback_read_char(); }
+
+void LineEditor::OnLine(char* text) {
+  LineEditor& editor = *theEditor;
+  editor.isShown_ = false;
+  rl_callback_handler_remove();
+  if (text == nullptr) {
+    editor.onLine_(nullptr);
+    return;
+  }
+  if (*text != '\0') add_history(text);
+  const std::string line = text;
+  std::free(text);
+  editor.onLine_(&line);
+  editor.Begin();
+}
+
+void LineEditor::Hide() {
+  if (!isShown_) return;
+  const int rows = RowsAboveCursor();
+  if (rows > 0) std::printf("\033[%dA", rows);
+  std::fputs("\r\033[J", stdout);
+}
+
+void LineEditor::Show() {
+  if (isShown_) rl_forced_update_display();
+}
+
+}  // namespace host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace host {
+
+/// Edits a line at the terminal, with history and completion of steps. There can be one in a
+/// process. It never waits: its owner says when there is something to read.
+class LineEditor {
+ public:
+  /// `onLine` is told each line that is entered, and null at the end of the input.
+  explicit LineEditor(std::function<void(const std::string* line)> onLine);
+  /// Gives the terminal back as it was.
+  ~LineEditor();
+  LineEditor(const LineEditor&) = delete;
+  LineEditor& operator=(const LineEditor&) = delete;
+
+  /// Takes what was typed; to be called when standard input can be read.
+  void Read();
+  /// Takes the line that is being edited off the screen, so that something can be printed.
+  void Hide();
+  /// Puts it back.
+  void Show();
+
+ private:
+  void Begin();
+  static void OnLine(char* text);
+
+  std::function<void(const std::string*)> onLine_;
+  bool isShown_ = false;
+};
+
+}  // namespace host

@@ -31,7 +31,8 @@ char* NextCompletion(const char*, int isLater) {
   }
   if (next == words.size()) return nullptr;
   const std::string& word = words[next++];
-  rl_completion_append_character = word.back() == '=' ? '\0' : ' ';
+  const bool hasValue = word.back() == '=';
+  rl_completion_append_character = hasValue ? 0 : static_cast<unsigned char>(' ');
   return strdup(word.c_str());
 }
 
@@ -92,14 +93,14 @@ void LineEditor::OnLine(char* text) {
   editor.Begin();
 }
 
-void LineEditor::Hide() {
+void LineEditor::Hide() const {
   if (!isShown_) return;
   const int rows = RowsAboveCursor();
   if (rows > 0) std::printf("\033[%dA", rows);
   std::fputs("\r\033[J", stdout);
 }
 
-void LineEditor::Show() {
+void LineEditor::Show() const {
   if (isShown_) rl_forced_update_display();
 }
 

@@ -19,9 +19,9 @@ class LineEditor {
   /// Takes what was typed; to be called when standard input can be read.
   void Read();
   /// Takes the line that is being edited off the screen, so that something can be printed.
-  void Hide();
+  void Hide() const;
   /// Puts it back.
-  void Show();
+  void Show() const;
 
  private:
   void Begin();

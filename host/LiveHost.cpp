@@ -18,7 +18,7 @@ namespace {
 namespace chrono = std::chrono;
 
 constexpr std::size_t kMostRecentLines = 500;
-constexpr std::size_t kMostRecentSize = 256 * 1024;
+constexpr std::size_t kMostRecentSize = std::size_t{256} << 10;
 constexpr chrono::seconds kClockPeriod{10};
 
 template <typename SomeClock>

@@ -104,10 +104,14 @@ bool LiveSession::StartFrom(const std::string& path) {
 }
 
 LiveSession::Lines LiveSession::CatchUp() {
-  Host& host = session_->GetHost();
-  const auto due = host.GetNextDue();
-  const std::int64_t elapsed = WholeSeconds(now_().steady - start_.steady);
-  Lines lines = Call([&] { session_->AdvanceTo(elapsed + moved_); });
+  const auto due = session_->GetHost().GetNextDue();
+  const std::int64_t now = WholeSeconds(now_().steady - start_.steady) + moved_;
+  Lines lines;
+  if (due && *due <= now) {
+    lines = Call([&] { session_->AdvanceTo(now); });
+  } else {
+    session_->AdvanceTo(now);
+  }
   const std::int64_t moment = clock_.Monotonic();
   record_.AddLines(moment / kSecond, lines);
   // An agent that starts arms its timers; so a new session goes on alike where they were armed

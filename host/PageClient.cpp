@@ -11,9 +11,9 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using boost::system::error_code;
 
-constexpr std::size_t kLargestMessage = 64 * 1024;
+constexpr std::size_t kLargestMessage = std::size_t{64} << 10;
 // What may wait for one client, besides the line that comes on top.
-constexpr std::size_t kMostWaiting = 1024 * 1024;
+constexpr std::size_t kMostWaiting = std::size_t{1} << 20;
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ class SessionRecord {
   void Write(const std::string& path) const;
 
  private:
-  static constexpr std::size_t kLong = 4 * 1024 * 1024;
+  static constexpr std::size_t kLong = std::size_t{4} << 20;
 
   void Add(const std::string& line) { (text_ += line) += '\n'; }
   /// Adds a step that lets the time pass up to `moment`.

@@ -1,6 +1,7 @@
 #include "host/Console.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <boost/asio/error.hpp>
@@ -39,6 +40,12 @@ const char* ColourOf(std::string_view line) {
     if (line.substr(0, start.size()) == start) return colour;
   }
   return nullptr;
+}
+
+/// Whether the terminal is gone.
+bool IsHungUp() {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  return poll(&input, 1, 0) > 0 && (input.revents & (POLLHUP | POLLERR)) != 0;
 }
 
 }  // namespace
@@ -82,6 +89,7 @@ void Console::Wait() {
 
 void Console::Read() {
   if (editor_) {
+    if (IsHungUp()) return onEnd_();
     editor_->Read();
   } else {
     char buffer[4096];
@@ -105,6 +113,10 @@ void Console::TakeLines(bool isLast) {
     text_.erase(0, end + 1);
     onLine_(line);
   }
+}
+
+void Console::Resize() {
+  if (editor_) LineEditor::Resize();
 }
 
 void Console::Print(std::string_view line) {

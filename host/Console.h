@@ -26,6 +26,9 @@ class Console {
   /// Reads no more, and gives the terminal back.
   void Close();
 
+  /// Takes note of the terminal's new size.
+  void Resize();
+
   /// Prints a line; one that is being edited is not disturbed.
   void Print(std::string_view line);
 

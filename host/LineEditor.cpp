@@ -58,6 +58,7 @@ LineEditor::LineEditor(std::function<void(const std::string*)> onLine)
     : onLine_(std::move(onLine)) {
   std::setlocale(LC_CTYPE, "");
   theEditor = this;
+  rl_catch_signals = 0;  // they are the event loop's
   rl_initialize();
   using_history();
   rl_attempted_completion_function = Complete;
@@ -92,6 +93,8 @@ void LineEditor::OnLine(char* text) {
   editor.onLine_(&line);
   editor.Begin();
 }
+
+void LineEditor::Resize() { rl_resize_terminal(); }
 
 void LineEditor::Hide() const {
   if (!isShown_) return;

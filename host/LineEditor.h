@@ -18,6 +18,8 @@ class LineEditor {
 
   /// Takes what was typed; to be called when standard input can be read.
   void Read();
+  /// Takes note of the terminal's new size.
+  static void Resize();
   /// Takes the line that is being edited off the screen, so that something can be printed.
   void Hide() const;
   /// Puts it back.

@@ -53,9 +53,10 @@ LiveHost::LiveHost(const Options& options)
       pluginPath_(options.session.plugin),
       console_(
           io_, [this](const std::string& line) { OnConsoleLine(line); }, [this] { io_.stop(); }),
-      signals_(io_, SIGINT, SIGTERM, SIGHUP),
+      signals_(io_),
       due_(io_),
       clock_(io_) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) signals_.add(signal);
   if (options.listen != "none") Listen(options);
   const auto lines = session_.Start();
   PublishStatus();
@@ -98,9 +99,13 @@ bool LiveHost::Run() {
 void LiveHost::OnSignals() {
   signals_.async_wait([this](const boost::system::error_code& error, int signal) {
     if (error) return;
-    if (signal != SIGHUP) return io_.stop();
-    CatchUp();
-    Reload(true);
+    if (signal == SIGINT || signal == SIGTERM) return io_.stop();
+    if (signal == SIGWINCH) {
+      console_.Resize();
+    } else {
+      CatchUp();
+      Reload(true);
+    }
     OnSignals();
   });
 }

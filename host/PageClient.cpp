@@ -19,10 +19,14 @@ constexpr std::size_t kMostWaiting = std::size_t{1} << 20;
 
 PageClient::PageClient(boost::asio::ip::tcp::socket socket, std::shared_ptr<PageServer> server)
     : server_(std::move(server)), stream_(std::move(socket)) {
+  // Every line goes at once, without waiting for the other side to confirm the one before.
+  error_code ignored;
+  stream_.next_layer().set_option(boost::asio::ip::tcp::no_delay(true), ignored);
   stream_.set_option(
       websocket::stream_base::timeout{std::chrono::seconds(5), std::chrono::seconds(30), true});
   stream_.read_message_max(kLargestMessage);
   stream_.text(true);
+  stream_.auto_fragment(false);
   server_->Enter(*this);
 }
 

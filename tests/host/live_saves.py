@@ -1,0 +1,157 @@
+#!/usr/bin/env python3
+"""Tortures the saving of the live host: live_saves.py HOST [KILLS]
+
+Kills the host at each system call of a save in turn, and lets each of them fail in turn, once and
+from then on, with EIO and with ENOSPC: the file must hold the old state or the new one, the new
+one once the change was told, and the latest once a save worked again. Then kills it KILLS times (200) at random moments while clients
+change the list: after the next start, every change that a client heard of must be there.
+"""
+
+import os
+import random
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import uuid
+
+from live import Client, Host
+
+OLD = ["older", "old"]
+NEW = [*OLD, "new"]
+LATER = [*NEW, "later"]
+
+
+def names_in(path):
+    with open(path, encoding="utf-8") as file:
+        return re.findall(r' name="(.*?)"', file.read())
+
+
+class SaveTorture:
+    def __init__(self, program, folder):
+        self.program = program
+        self.state = os.path.join(folder, "state.xml")
+
+    def run(self, steps, inject=None):
+        """Carries out steps under a tracer. Returns the calls traced, in order, and the output."""
+        paths = [os.path.dirname(self.state)] + [
+            self.state + end for end in ("", ".new", ".backup", ".backup.new")]
+        trace = self.state + ".trace"
+        tracer = ["strace", "-f", "-qq", "-o", trace]
+        for path in paths:
+            tracer += ["-P", path]
+        if inject:
+            tracer += ["-e", "inject=" + inject]
+        command = [*tracer, self.program, "run", "--listen", "none", "--state", self.state]
+        output = subprocess.run(command, input="".join(step + "\n" for step in steps), text=True,
+                                stdout=subprocess.PIPE, check=False).stdout
+        with open(trace, encoding="utf-8") as file:
+            calls = [call for call in re.findall(r"^\d+ +(\w+)\((.*)", file.read(), re.M)]
+        return calls, output
+
+    def prepare(self):
+        for name in os.listdir(os.path.dirname(self.state)):
+            os.remove(os.path.join(os.path.dirname(self.state), name))
+        for path, names in ((self.state, OLD), (self.state + ".backup", OLD[:1])):
+            entries = [f'<guest_service id="{i}" name="{name}"/>' for i, name in enumerate(names, 1)]
+            with open(path, "w", encoding="utf-8") as file:
+                file.write(f"<guest_services>{''.join(entries)}</guest_services>")
+
+    def torture(self, steps, fault, allowed):
+        self.prepare()
+        _, output = self.run(steps, fault)
+        held = names_in(self.state)
+        assert held in allowed, (fault, held)
+        assert names_in(self.state + ".backup") in (OLD[:1], OLD, NEW), fault
+        was_told, has_failed = "push <service_added>" in output, 'state="failed' in output
+        assert held != OLD or not was_told or has_failed, (fault, output)
+        _, output = self.run(["persist"])
+        assert "notice" not in output and f'name="{held[-1]}"' in output, (fault, output)
+
+    def run_all(self):
+        steps = [f"ADD_SERVICE name={name}" for name in LATER[2:]]
+        self.prepare()
+        calls, _ = self.run(steps[:1])
+        names = [name for name, _ in calls]
+        first = next(i for i, (_, arguments) in enumerate(calls) if ".new" in arguments)
+        save = names[first:]
+        # What a loss of power leaves depends on this order.
+        flushes = [i for i, name in enumerate(save) if name == "fsync"]
+        renames = [i for i, name in enumerate(save) if name == "rename"]
+        assert flushes[0] < renames[0] < renames[-1] < flushes[-1], save
+        for i, name in enumerate(save, first):
+            when = f"when={names[: i + 1].count(name)}"
+            self.torture(steps[:1], f"{name}:signal=KILL:{when}", [OLD, NEW])
+            for error in ("EIO", "ENOSPC"):
+                self.torture(steps[:1], f"{name}:error={error}:{when}+", [OLD, NEW])
+                self.torture(steps, f"{name}:error={error}:{when}", [LATER])
+        print(f"{len(save)} system calls of a save: the host killed and the call failed at each")
+
+
+class Load(threading.Thread):
+    """Adds and removes services until the host is gone, and knows what it heard of."""
+
+    def __init__(self, port):
+        super().__init__()
+        self.present, self.absent, self.unsure = {}, set(), None
+        self.port = port
+        self.start()
+
+    def run(self):
+        try:
+            client = Client(self.port)
+            while True:
+                if len(self.present) < 4:
+                    self.unsure = name = uuid.uuid4().hex
+                    client.send(f"ADD_SERVICE name={name}")
+                    push = client.wait_for("push <service_added>")
+                    while name not in push:
+                        push = client.wait_for("push <service_added>")
+                    self.present[name] = re.search(r' id="(\d+)"', push).group(1)
+                else:
+                    self.unsure = name = next(iter(self.present))
+                    number = self.present.pop(name)
+                    client.send(f"REMOVE_SERVICE id={number}")
+                    client.wait_for(f"push <service_removed><id>{number}</id>")
+                    self.absent.add(name)
+                self.unsure = None
+        except (EOFError, OSError, ValueError):
+            pass
+
+
+def kill_at_random(program, folder, kills, seed):
+    state = os.path.join(folder, "state.xml")
+    loads, heard = [], 0
+    for kill in range(kills + 1):
+        host = Host(program, state)
+        assert not any("notice" in line for line in host.start_lines), host.start_lines
+        asker = Client(host.port)
+        there = {entry.get("name") for entry in asker.ask("GET_ALL_SERVICES")}
+        for load in loads:
+            where = f"seed {seed}, kill {kill}"
+            assert load.present.keys() <= there | {load.unsure}, (where, load.present, there)
+            assert not load.absent & there, (where, load.absent, there)
+            heard += len(load.present) + len(load.absent)
+        loads = [Load(host.port) for _ in range(3)]
+        time.sleep(random.random() * 0.3)
+        host.end(signal.SIGKILL)
+        asker.close()
+        for load in loads:
+            load.join()
+    print(f"{kills} kills at random moments: {heard} changes heard of were all there (seed {seed})")
+
+
+def main():
+    program, kills = sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 200
+    seed = random.randrange(1 << 32)
+    random.seed(seed)
+    with tempfile.TemporaryDirectory() as folder:
+        SaveTorture(program, folder).run_all()
+    with tempfile.TemporaryDirectory() as folder:
+        kill_at_random(program, folder, kills, seed)
+
+
+main()

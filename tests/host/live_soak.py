@@ -1,0 +1,179 @@
+#!/usr/bin/env python3
+"""Keeps the live host busy: live_soak.py HOST [SECONDS [CLIENTS]]
+
+CLIENTS (20) add, request, cancel, reorder and remove services for SECONDS (600), and drop their
+connections now and then. Each keeps a list of its own, as a page does: the list that it gets when
+it connects, and every push since. In the end all lists must be the host's, and its memory and
+descriptors must not have grown. Prints how long a command takes to its push, under this load and
+without it.
+"""
+
+import os
+import random
+import re
+import statistics
+import sys
+import tempfile
+import threading
+import time
+
+from live import Client, Host
+
+MOST_SERVICES = 40
+
+
+class Page(threading.Thread):
+    def __init__(self, port, end):
+        super().__init__()
+        self.port, self.end = port, end
+        self.times, self.changes, self.connections = [], 0, 0
+        self.failure = None
+        self.start()
+
+    def connect(self):
+        self.client = Client(self.port)
+        self.connections += 1
+        self.client.wait_for("! replay-end")
+        self.client.send("ui GET_ALL_SERVICES")
+        self.services = None
+        self.receive_until("answer ")
+
+    def receive_until(self, start):
+        while True:
+            line = self.client.receive()
+            self.take(line)
+            if line.startswith(start):
+                return
+
+    def take(self, line):
+        """Follows what the host says happened to the list: (id, state) in order."""
+        if line.startswith("answer ") and self.services is None:
+            self.services = re.findall(r'<guest_service id="(\d+)".*? state="(\d)"', line)
+            return
+        push = re.match(r"push <(\w+)>(.*)</\1>", line)
+        if not push or self.services is None:  # the answer will hold it
+            return
+        name, content = push.groups()
+        number = re.search(r'<id>(\d+)| id="(\d+)"|$', content)
+        number = number.group(1) or number.group(2)
+        if name == "service_added":
+            self.services.append((number, "0"))
+        elif name == "service_removed":
+            self.services = [service for service in self.services if service[0] != number]
+        elif name == "services_reordered":
+            states = dict(self.services)
+            order = re.search(r"<order>(.*)</order>", content).group(1).split(",")
+            self.services = [(number, states[number]) for number in order]
+        elif name.startswith("service_state_"):
+            state = "1" if name.endswith("_requested") and "_not_" not in name else "0"
+            self.services = [(each, state if each == number else old)
+                             for each, old in self.services]
+
+    def choose(self):
+        if len(self.services) < 5 or (len(self.services) < MOST_SERVICES and random.random() < .2):
+            return "ADD_SERVICE name=Towels delay=0"
+        number, state = random.choice(self.services)
+        kind = random.randrange(8)
+        if kind == 0 and len(self.services) > 10:
+            return f"REMOVE_SERVICE id={number}"
+        if kind == 1:
+            order = [number for number, _ in self.services]
+            random.shuffle(order)
+            return f"REORDER_SERVICES order={','.join(order)}"
+        return f"SEND_{'CANCEL' if state == '1' else 'REQUEST'}_EVENT id={number}"
+
+    def command(self, step):
+        begin = time.perf_counter()
+        self.client.send(step)
+        self.receive_until("> " + step)
+        # What others did first may have left it nothing to do; the next line tells.
+        line = self.client.receive()
+        while re.match(r"bound|log|fire", line):
+            self.take(line)
+            line = self.client.receive()
+        self.take(line)
+        if line.startswith("push"):
+            self.times.append(time.perf_counter() - begin)
+        self.changes += 1
+
+    def run(self):
+        try:
+            self.connect()
+            while time.monotonic() < self.end:
+                self.command(self.choose())
+                if random.random() < 0.005:
+                    self.client.close()
+                    self.connect()
+        except Exception as failure:  # for the main thread
+            self.failure = failure
+
+
+def measure(pid):
+    with open(f"/proc/{pid}/status", encoding="ascii") as file:
+        memory = int(re.search(r"VmRSS:\s+(\d+)", file.read()).group(1))
+    return memory, len(os.listdir(f"/proc/{pid}/fd"))
+
+
+def say(name, times):
+    cuts = statistics.quantiles(times, n=100)
+    print(f"{name}: median {cuts[49] * 1000:.2f} ms, 99th percentile {cuts[98] * 1000:.2f} ms "
+          f"of {len(times)}")
+
+
+def soak(host, seconds, count):
+    begin = time.monotonic()
+    at_rest = measure(host.process.pid)[1]
+    pages = [Page(host.port, begin + seconds) for _ in range(count)]
+    memory = []
+    while time.monotonic() < begin + seconds:
+        time.sleep(seconds / 60)
+        now, descriptors = measure(host.process.pid)
+        memory.append(now)
+        assert descriptors <= at_rest + 2 * count, descriptors
+    for page in pages:
+        page.join()
+        if page.failure:
+            raise page.failure
+    last = Client(host.port)
+    truth = [(entry.get("id"), entry.get("state")) for entry in last.ask("GET_ALL_SERVICES")]
+    last.send("ADD_SERVICE name=last")
+    for page in pages:
+        page.receive_until("> ADD_SERVICE name=last")
+        assert page.services == truth, (page.services, truth)
+        page.client.close()
+    last.close()
+    time.sleep(1)
+    assert measure(host.process.pid)[1] == at_rest
+    # By the middle every buffer has been filled once.
+    middle, end = max(memory[20:40]), max(memory[40:])
+    assert end < middle * 1.02 + 512, memory
+    print(f"{sum(page.changes for page in pages)} commands of {count} clients over "
+          f"{sum(page.connections for page in pages)} connections in {seconds} s; memory {middle} "
+          f"KiB in the middle, {end} KiB at the end; {at_rest} descriptors at rest")
+    say("command to push, under load", [one for page in pages for one in page.times])
+
+
+def time_alone(host, name):
+    page = Page(host.port, 0)
+    page.join()
+    page.command("ADD_SERVICE name=Towels")
+    for i in range(500):
+        page.command(f"SEND_{'CANCEL' if i % 2 else 'REQUEST'}_EVENT id={page.services[0][0]}")
+    page.client.close()
+    say("command to push, " + name, page.times)
+
+
+def main():
+    program = sys.argv[1]
+    seconds = float(sys.argv[2]) if len(sys.argv) > 2 else 600
+    count = int(sys.argv[3]) if len(sys.argv) > 3 else 20
+    with tempfile.TemporaryDirectory() as folder:
+        for state in (os.path.join(folder, "state.xml"), None):
+            host = Host(program, state)
+            if state:
+                soak(host, seconds, count)
+            time_alone(host, "one client" + ("" if state else ", without a state file"))
+            assert host.end()[0] == 0
+
+
+main()

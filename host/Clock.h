@@ -51,4 +51,7 @@ class SystemClock : public Clock {
   std::int64_t BaseMonotonic() const override;
 };
 
+/// What the process's time zone adds to UTC at a moment; both in seconds.
+std::int64_t GetUtcOffset(std::int64_t seconds);
+
 }  // namespace host

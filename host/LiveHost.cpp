@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <ctime>
 #include <sstream>
 #include <stdexcept>
 
@@ -21,13 +20,9 @@ constexpr std::size_t kMostRecentLines = 500;
 constexpr std::size_t kMostRecentSize = std::size_t{256} << 10;
 constexpr chrono::seconds kClockPeriod{10};
 
-template <typename SomeClock>
-std::int64_t Milliseconds() {
-  return chrono::duration_cast<chrono::milliseconds>(SomeClock::now().time_since_epoch()).count();
-}
-
 LiveSession::Moment Now() {
-  return {Milliseconds<chrono::system_clock>(), Milliseconds<chrono::steady_clock>()};
+  const SystemClock clock;
+  return {clock.Wall(), clock.Monotonic()};
 }
 
 /// Reads a line as a step. Throws `StepError`.
@@ -55,7 +50,8 @@ LiveHost::LiveHost(const Options& options)
           io_, [this](const std::string& line) { OnConsoleLine(line); }, [this] { io_.stop(); }),
       signals_(io_),
       due_(io_),
-      clock_(io_) {
+      clock_(io_),
+      toldHealth_(session_.GetStateHealth()) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) signals_.add(signal);
   if (options.listen != "none") Listen(options);
   const auto lines = session_.Start();
@@ -113,9 +109,9 @@ void LiveHost::OnSignals() {
 void LiveHost::OnConsoleLine(const std::string& line) {
   const std::string text = line.compare(0, 2, "> ") == 0 ? line.substr(2) : line;
   CatchUp();
-  if (!console_.IsTerminal()) console_.Print("> " + text);
-  const bool isNothing = text.find_first_not_of(" \t") == std::string::npos;
-  if (isNothing || text.front() == '#') return;
+  const bool isComment = text.empty() || text.front() == '#';
+  if (!console_.IsTerminal()) console_.Print(isComment ? text : "> " + text);
+  if (isComment) return;
   try {
     RunConsoleStep(text);
   } catch (const std::exception& error) {
@@ -249,10 +245,8 @@ void LiveHost::PublishStatus() {
 }
 
 std::string LiveHost::GetClockLine() const {
-  const auto now = static_cast<std::time_t>(session_.GetTime());
-  std::tm fields{};
-  localtime_r(&now, &fields);
-  return "! clock " + std::to_string(now) + ' ' + std::to_string(fields.tm_gmtoff);
+  const std::int64_t now = session_.GetTime();
+  return "! clock " + std::to_string(now) + ' ' + std::to_string(GetUtcOffset(now));
 }
 
 std::string LiveHost::GetHealthLine() const {

@@ -1,5 +1,6 @@
 // The program: `replay` and `run`.
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
@@ -84,15 +85,18 @@ int Run(int argc, char** argv) {
     setenv("TZ", "UTC", 1);
     tzset();
   }
-  if (!isReplay) {
+  bool isGood = true;
+  if (isReplay) {
+    const host::PluginLibrary library(plugin);
+    isGood = host::ReplayFiles(library, replay, std::cout);
+  } else {
     live.session.plugin = plugin;
     live.session.verbose = replay.verbose;
-    return host::LiveHost(live).Run() ? EXIT_SUCCESS : EXIT_FAILURE;
+    isGood = host::LiveHost(live).Run();
   }
-  const host::PluginLibrary library(plugin);
-  const bool isAsExpected = host::ReplayFiles(library, replay, std::cout);
-  if (!std::cout.flush()) throw std::runtime_error("cannot write to the standard output");
-  return isAsExpected ? EXIT_SUCCESS : EXIT_FAILURE;
+  const bool isPrinted = std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  if (!isPrinted) throw std::runtime_error("cannot write to the standard output");
+  return isGood ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace

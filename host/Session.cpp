@@ -154,12 +154,17 @@ bool Session::Replace(const PluginLibrary& plugin) {
   });
   if (!isPersisted) return false;
   const PluginLibrary* const before = std::exchange(plugin_, &plugin);
-  host_.Destroy();
+  DestroyAgent();
   if (Start(state)) return true;
   plugin_ = before;
-  host_.Destroy();
+  DestroyAgent();
   Start(state);
   return false;
+}
+
+void Session::DestroyAgent() {
+  const std::string left = host_.Destroy();
+  if (!left.empty()) sink_("error left registered: " + ToOneLine(left));
 }
 
 void Session::OnCommand(const Step& step) {
@@ -223,8 +228,7 @@ void Session::OnRestart(const Step& step) {
   }
   const auto persisted = host_.Persist();
   if (!isGiven && persisted) state = ParseState(persisted->OuterXml());
-  const std::string left = host_.Destroy();
-  if (!left.empty()) sink_("error left registered: " + ToOneLine(left));
+  DestroyAgent();
   Start(state);
 }
 

@@ -53,6 +53,7 @@ class Session : private IHostListener {
   /// none.
   bool Guarded(const std::function<void()>& action);
   void Answer(const std::string& text);
+  void DestroyAgent();
 
   void OnCommand(const Step& step);
   void OnUI(const Step& step);

@@ -132,7 +132,7 @@ TEST_F(Replay, LoadsThePluginThatIsNamed) {
 
 TEST_F(Replay, FailsWhenNobodyCanReadItsOutput) {
   EXPECT_EQ(RunHost("replay " + good_ + " > /dev/full").exitCode, 1);
-  EXPECT_EQ(RunHost("run > /dev/full", "persist\n").exitCode, 1);
+  EXPECT_EQ(RunHost("run --listen none > /dev/full", "persist\n").exitCode, 1);
 }
 
 TEST(Program, NeedsACommand) {
@@ -143,7 +143,7 @@ TEST(Program, NeedsACommand) {
 }
 
 TEST(Program, CarriesOutStepsFromAPipe) {
-  const auto result = RunHost("run",
+  const auto result = RunHost("run --listen none",
                               "> ADD_SERVICE type=shortcut shortcut_id=1\n"
                               "persist\n"
                               "\n"

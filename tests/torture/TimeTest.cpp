@@ -55,7 +55,7 @@ class Hotel {
     constexpr std::int64_t kTimerPeriod = 30000;
     player_.GetClock().Advance(kTimerPeriod);
     player_.GetClock().SetWall(moment * 1000);
-    player_.GetSession().DeliverExpiries();
+    player_.GetSession().AdvanceTo(player_.GetClock().Monotonic());
     return player_.Play("GET_SERVICE id=1").find("state=\"1\"") != std::string::npos;
   }
 

@@ -1,0 +1,96 @@
+// The form for one entry, new or there already.
+import { drawNumber } from './icons.js';
+import { nameOf } from './services.js';
+import { delayInWords, el, say, typed } from './view.js';
+
+const DELAYS = [-1, 0, 5, 10, 15, 30, 45, 60, 90, 120, 240, 480, 1440];
+// What to call a service of a type that is not called so already.
+const WORDS = { HouseKeeping: 'Housekeeping', ServiceRoom: 'Service room' };
+
+const byId = (id) => document.getElementById(id);
+const dialog = byId('editor');
+const form = dialog.querySelector('form');
+const fields = form.elements;
+let edited; // the entry's id; undefined for a new one
+
+fields.lapse.append(
+  ...DELAYS.map((delay) => el('option', { value: delay }, delayInWords(delay))),
+  el('option', { value: '' }, 'after other minutes'),
+);
+
+const isShortcut = () => fields.kind.value === 'shortcut';
+
+function showKind() {
+  for (const [id, isWanted] of [['guest-fields', !isShortcut()], ['shortcut-fields', isShortcut()]]) {
+    byId(id).hidden = !isWanted;
+    byId(id).disabled = !isWanted;
+  }
+}
+
+function showDelay() {
+  const isListed = DELAYS.includes(fields.delay.valueAsNumber);
+  fields.lapse.value = isListed ? fields.delay.value : '';
+}
+
+function showType() {
+  for (const input of byId('types').querySelectorAll('input')) input.checked = input.value === fields.icon.value;
+}
+
+function offerTypes(types) {
+  const wordFor = ({ name }) => WORDS[name] ?? name;
+  byId('types').replaceChildren(
+    ...types.map((type) => {
+      const input = el('input', { type: 'radio', name: 'type', value: type.id });
+      input.onchange = () => {
+        fields.icon.value = type.id;
+        const isOurs = types.some((other) => wordFor(other) === fields.name.value);
+        if (fields.name.value === '' || isOurs) fields.name.value = wordFor(type);
+      };
+      return el('label', {}, input, drawNumber(type.id), wordFor(type));
+    }),
+  );
+}
+
+/** Opens the form for an entry, or for a new one. */
+export function edit(services, service) {
+  edited = service?.id;
+  form.reset();
+  offerTypes(services.types);
+  byId('editor-title').textContent = service ? `Edit ${typed(nameOf(service))}` : 'Add a service';
+  byId('editor-note').textContent = '';
+  byId('kinds').hidden = service !== undefined;
+  fields.kind.value = service?.isShortcut ? 'shortcut' : 'guest_service';
+  const first = { name: '', description: '', operarequest: '', icon: 8, delay: 15, shortcut_id: '' };
+  for (const [name, value] of Object.entries({ ...first, ...service })) {
+    if (name in first) fields[name].value = value;
+  }
+  showKind();
+  showDelay();
+  showType();
+  form.onsubmit = (event) => {
+    event.preventDefault();
+    const names = isShortcut() ? ['shortcut_id'] : ['name', 'description', 'icon', 'delay', 'operarequest'];
+    const values = Object.fromEntries(names.map((name) => [name, fields[name].value]));
+    const problem = services.save(isShortcut(), edited, values);
+    if (problem) byId('editor-note').textContent = `${problem} Nothing is saved yet.`;
+    else dialog.close();
+  };
+  dialog.showModal();
+}
+
+/** Says in the form what happened to its entry meanwhile. */
+export function noteChange(what, service) {
+  if (!dialog.open || edited === undefined || service?.id !== edited) return;
+  if (what === 'service_changed') byId('editor-note').textContent = 'Somebody else has changed this entry meanwhile. Saving puts yours in its place.';
+  if (what !== 'service_removed') return;
+  dialog.close();
+  say(`${typed(nameOf(service))} was removed by somebody else; there is nothing left to edit.`);
+}
+
+for (const input of fields.kind) input.onchange = showKind;
+fields.delay.oninput = showDelay;
+fields.icon.oninput = showType;
+fields.lapse.onchange = () => {
+  if (fields.lapse.value === '') fields.delay.select();
+  else fields.delay.value = fields.lapse.value;
+};

@@ -1,0 +1,192 @@
+// What the views share: making elements, saying what happened, and lists that keep their place.
+import { nameOf } from './services.js';
+
+const byId = (id) => document.getElementById(id);
+
+/** An element with properties (or attributes, where it has no such property) and children. */
+export function el(tag, properties = {}, ...children) {
+  const node = document.createElement(tag);
+  for (const [name, value] of Object.entries(properties)) {
+    if (name in node) node[name] = value;
+    else node.setAttribute(name, value);
+  }
+  node.append(...children);
+  return node;
+}
+
+/** A text that somebody typed, at most so long, that leaves the direction around it alone. */
+export function typed(text, most = 60) {
+  const characters = [...text];
+  const short = characters.length > most ? `${characters.slice(0, most).join('')}…` : text;
+  return `\u2068${short}\u2069`;
+}
+
+/** Labels a button, with a rest that only a screen reader needs. */
+export function label(button, text, rest) {
+  if (button.dataset.label === text + rest) return;
+  button.dataset.label = text + rest;
+  button.replaceChildren(text, el('span', { className: 'unseen' }, ` ${rest}`));
+}
+
+let fading;
+/** Says something in the status line, for a while. */
+export function say(text) {
+  clearTimeout(fading);
+  byId('status').textContent = text;
+  fading = setTimeout(() => (byId('status').textContent = ''), 8000);
+}
+
+const HAPPENED = {
+  service_added: 'is new in the list.',
+  service_changed: 'was changed.',
+  service_removed: 'is no longer offered.',
+  service_state_requested: 'is requested now.',
+  service_state_canceled: 'is no longer requested: the request was cancelled.',
+  service_state_not_requested: 'is no longer requested: the request ran out of time.',
+};
+
+/** Says what a push told. */
+export function sayChange(what, service) {
+  if (what === 'services_reordered') say('The services are in another order now.');
+  else if (service && what in HAPPENED) say(`${typed(nameOf(service))} ${HAPPENED[what]}`);
+}
+
+let counting;
+/** Shows that the connection is lost until the next attempt, and that it is back with `null`. */
+export function showLost(pause) {
+  const banner = byId('connection');
+  clearInterval(counting);
+  document.body.classList.toggle('lost', pause !== null);
+  if (pause === null) {
+    banner.replaceChildren();
+    return;
+  }
+  const until = performance.now() + pause;
+  const seconds = el('span', { 'aria-hidden': 'true' });
+  const count = () => {
+    const left = Math.ceil((until - performance.now()) / 1000);
+    seconds.textContent = left > 0 ? ` in ${left} s` : ' now';
+  };
+  // Said once, however many attempts there are.
+  if (!banner.hasChildNodes()) {
+    banner.append('The connection to the host is lost. What you see may be out of date. Trying again');
+  }
+  banner.querySelector('span')?.remove();
+  banner.append(seconds);
+  count();
+  counting = setInterval(count, 250);
+}
+
+/** Shows the health of state file and plug-in, and what else a person must know. */
+export function showHealth({ state = 'unknown', plugin = 'unknown', notices }) {
+  const isBad = !/^(ok|none)$/.test(state);
+  const words = { ok: 'State file: saved', none: 'State file: none, nothing is kept' };
+  byId('health').replaceChildren(
+    el('span', { className: isBad ? 'bad' : '' }, words[state] ?? `State file: ${state}`),
+    el('span', {}, `Plug-in: ${plugin}`),
+    ...notices.map((notice) => el('span', { className: 'bad' }, notice)),
+  );
+}
+
+/** A number of minutes in words. */
+export function minutesInWords(minutes) {
+  const units = [['day', 1440], ['hour', 60], ['minute', 1]];
+  const words = [];
+  let rest = minutes;
+  for (const [unit, size] of units) {
+    const count = Math.floor(rest / size);
+    rest %= size;
+    if (count > 0) words.push(`${count} ${unit}${count > 1 ? 's' : ''}`);
+  }
+  return words.join(' ');
+}
+
+/** When a request with that delay lapses. */
+export function delayInWords(delay) {
+  if (delay === -1) return 'never';
+  return delay <= 0 ? 'at once' : `after ${minutesInWords(delay)}`;
+}
+
+/** The host's local time of day, with the day if it is another one. */
+export function timeInWords(services, seconds) {
+  const then = services.local(seconds).toISOString();
+  const today = services.local(services.now()).toISOString().slice(0, 10);
+  const time = then.slice(11, 16);
+  return then.startsWith(today) ? time : `${time} on ${then.slice(0, 10)}`;
+}
+
+/** How long a request stays open yet. */
+export function leftInWords(seconds) {
+  if (seconds === Infinity) return 'open until it is cancelled';
+  if (seconds <= 0) return 'about to run out';
+  return seconds < 90 ? `${Math.ceil(seconds)} s left` : `${minutesInWords(Math.ceil(seconds / 60))} left`;
+}
+
+// As long as it takes to see that something moved and to hold back a tap.
+const GRACE = 600;
+
+/** Has taps within the row held back for a moment: what they would do has just changed. */
+export function unsettle(row) {
+  row.changedAt = performance.now();
+}
+
+function holdBackTaps(event) {
+  const row = event.target.closest('li');
+  // A click without a pointer (detail 0) goes where the focus is, which has not moved.
+  if (!row || event.detail === 0 || !(performance.now() - row.changedAt < GRACE)) return;
+  event.stopPropagation();
+  event.preventDefault();
+  if (event.detail === 1) say('That changed just now. Please tap again.');
+}
+
+/**
+ * Makes `list` show services, one row each: `create(service)` makes a row, an `li` with a function
+ * `update(service)`. Returns a function that shows a list. Rows stay the same as long as their
+ * service is there; what the reader looks at keeps its place, and the focus stays with its service.
+ */
+export function keepList(list, create) {
+  const rows = new Map();
+  list.addEventListener('click', holdBackTaps, true);
+
+  function arrange(services) {
+    const ids = new Set(services.map(({ id }) => id));
+    for (const [id, row] of rows) {
+      if (ids.has(id)) continue;
+      row.remove();
+      rows.delete(id);
+    }
+    services.forEach((service, index) => {
+      const row = rows.get(service.id) ?? create(service);
+      if (!rows.has(service.id)) unsettle(row);
+      rows.set(service.id, row);
+      row.update(service);
+      if (list.children[index] !== row) list.insertBefore(row, list.children[index] ?? null);
+    });
+  }
+
+  function slide(row, before) {
+    const now = row.getBoundingClientRect();
+    const [x, y] = [before.x - now.x, before.y - now.y];
+    if (Math.abs(x) + Math.abs(y) < 2) return;
+    unsettle(row);
+    if (matchMedia('(prefers-reduced-motion: reduce)').matches) return;
+    row.animate([{ transform: `translate(${x}px, ${y}px)` }, { transform: 'none' }], { duration: 250, easing: 'ease-out' });
+  }
+
+  return (services) => {
+    const focused = document.activeElement;
+    const focusedRow = focused.closest('li');
+    const index = [...list.children].indexOf(focusedRow);
+    const places = new Map([...list.children].map((row) => [row, row.getBoundingClientRect()]));
+    const isSeen = (row) => places.get(row).bottom > 0 && rows.has(Number(row.dataset.id));
+    for (const row of rows.values()) row.getAnimations().forEach((animation) => animation.cancel());
+    arrange(services);
+    const kept = [focusedRow, ...places.keys()].find((row) => places.has(row) && row.isConnected && isSeen(row));
+    if (kept) window.scrollBy(0, kept.getBoundingClientRect().y - places.get(kept).y);
+    for (const [row, before] of places) if (row.isConnected) slide(row, before);
+    if (index < 0 || document.activeElement === focused) return;
+    // Never to a button of another service, where the next key press would work.
+    const heir = focused.isConnected ? focused : (list.children[Math.min(index, list.children.length - 1)] ?? document.querySelector('h1'));
+    heir.focus({ preventScroll: true });
+  };
+}

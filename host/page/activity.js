@@ -86,9 +86,10 @@ function forgetFirst() {
 }
 
 function show(...rows) {
-  const isAtEnd = lines.scrollHeight - lines.scrollTop - lines.clientHeight < 40;
+  const printed = byId('printed');
+  const isAtEnd = printed.scrollHeight - printed.scrollTop - printed.clientHeight < 40;
   lines.append(...rows);
-  if (isAtEnd) lines.scrollTop = lines.scrollHeight;
+  if (isAtEnd) printed.scrollTop = printed.scrollHeight;
 }
 
 function filter(entry) {
@@ -111,23 +112,36 @@ function offerServices() {
   if (byId('service').value !== value) entries.forEach(filter);
 }
 
+/** "14m30s" as seconds. */
+function secondsOf(duration) {
+  const units = { h: 3600, m: 60, s: 1 };
+  return [...duration.matchAll(/(\d+)([hms])/g)].reduce((sum, [, count, unit]) => sum + count * units[unit], 0);
+}
+
 /**
- * What happened since the page was open, with the list and the time that it started from. Lapses come
- * without a step: there the scenario lets the time go on to the next sweep.
+ * What happened since the page was open, with the list and the time that it started from. Time passes
+ * before the steps as it did; a lapse, which comes without a step, comes with the next sweep.
  */
 function writeScenario() {
   const time = services.local(start.at).toISOString().slice(0, 19);
   const scenario = [`> clock ${time}`, `> restart state=${quote(start.state)}`];
-  let passed = 0;
+  let [base, passed, firstSweep, stepped] = [start.at, 0, SWEEP, start.at];
   const pass = (seconds) => {
     if (seconds > passed) scenario.push(`> advance ${seconds - passed}s`);
     passed = Math.max(passed, seconds);
   };
   for (const { text, at } of entries.slice(start.index)) {
-    const seconds = at - start.at;
-    if (text.startsWith('> ')) pass(Math.floor(seconds));
-    if (text.startsWith('push <service_state_not_requested>')) pass(Math.ceil(seconds / SWEEP) * SWEEP);
-    scenario.push(text);
+    const [, step, value] = /^> (\S+) ?(.*)/.exec(text) ?? [];
+    const skipped = step === 'advance' ? secondsOf(value) : 0;
+    if (step) stepped = at;
+    if (step === 'clock') base = at - passed;
+    else if (step) pass(Math.floor(at - base) - skipped);
+    else if (text.startsWith('push <service_state_not_requested>') && at - stepped > 1) {
+      pass(firstSweep + Math.ceil((at - base - firstSweep) / SWEEP) * SWEEP);
+    }
+    if (/^(restart|reload)$/.test(step)) firstSweep = passed + SWEEP;
+    scenario.push(step === 'reload' ? '> restart' : text);
+    passed += skipped;
   }
   return `${scenario.join('\n')}\n`;
 }

@@ -61,16 +61,18 @@ export function edit(services, service) {
   byId('kinds').hidden = service !== undefined;
   fields.kind.value = service?.isShortcut ? 'shortcut' : 'guest_service';
   const first = { name: '', description: '', operarequest: '', icon: 8, delay: 15, shortcut_id: '' };
-  for (const [name, value] of Object.entries({ ...first, ...service })) {
-    if (name in first) fields[name].value = value;
-  }
+  const given = { ...first, ...service };
+  for (const name of Object.keys(first)) fields[name].value = given[name];
+  // A field may not show all that its text holds, such as the end of a line; it must not get lost.
+  const shown = Object.fromEntries(Object.keys(first).map((name) => [name, fields[name].value]));
+  const valueOf = (name) => (fields[name].value === shown[name] ? given[name] : fields[name].value);
   showKind();
   showDelay();
   showType();
   form.onsubmit = (event) => {
     event.preventDefault();
     const names = isShortcut() ? ['shortcut_id'] : ['name', 'description', 'icon', 'delay', 'operarequest'];
-    const values = Object.fromEntries(names.map((name) => [name, fields[name].value]));
+    const values = Object.fromEntries(names.map((name) => [name, valueOf(name)]));
     const problem = services.save(isShortcut(), edited, values);
     if (problem) byId('editor-note').textContent = `${problem} Nothing is saved yet.`;
     else dialog.close();

@@ -115,6 +115,7 @@ for (const button of document.querySelectorAll('button[value=close]')) {
   button.onclick = () => button.closest('dialog').close();
 }
 setInterval(() => {
+  byId('summary').textContent = summary();
   for (const row of list.children) row.tick(services.find(Number(row.dataset.id)));
 }, 1000);
 render();

@@ -1,0 +1,119 @@
+// The guest's journeys.
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import { GRACE, card, expectText, prepare } from './support.mjs';
+
+const THREE = [
+  'ADD_SERVICE name=Towels icon=2 delay=60',
+  'ADD_SERVICE name=Valet icon=3 delay=15 operarequest=VAL01',
+  'ADD_SERVICE name=Privacy icon=6 delay=-1',
+];
+const { open, startHost } = prepare();
+
+const state = (page, id) => card(page, id).locator('.state');
+const main = (page, id) => card(page, id).locator('button.main');
+const requests = (host) => host.lines.filter((line) => line.startsWith('> SEND_'));
+
+async function shareOfRing(page, id) {
+  return Number.parseFloat(await card(page, id).locator('.left').getAttribute('stroke-dasharray'));
+}
+
+test('one tap requests, the time left is counted by the host, two taps cancel', async () => {
+  const host = await startHost('clock 2024-03-02T14:05:10', ...THREE);
+  const page = await open(host);
+  await main(page, 2).click();
+  await expectText(state(page, 2), /^Requested at 14:05 · 15 minutes left$/);
+  await expectText(page.locator('#status'), /Valet.* is requested now/);
+  assert.ok((await shareOfRing(page, 2)) > 0.98);
+  assert.deepEqual(requests(host), ['> SEND_REQUEST_EVENT id=2 operarequest=VAL01']);
+
+  await host.run('advance 13m45s');
+  await expectText(state(page, 2), /· (7[0-5]|6\d) s left$/);
+  assert.ok((await shareOfRing(page, 2)) < 0.1);
+
+  await page.waitForTimeout(GRACE);
+  await main(page, 2).click();
+  await page.waitForTimeout(GRACE);
+  assert.equal(requests(host).length, 1, 'the first tap only asks');
+  await main(page, 2).click();
+  await expectText(state(page, 2), /cancelled/);
+  assert.equal(requests(host).at(-1), '> SEND_CANCEL_EVENT id=2');
+  await host.waitFor(/^fire 10002$/);
+});
+
+test('the question whether to cancel can be answered with no', async () => {
+  const host = await startHost(...THREE, 'SEND_REQUEST_EVENT id=3');
+  const page = await open(host);
+  await expectText(state(page, 3), /open until it is cancelled/);
+  await main(page, 3).click();
+  await page.waitForTimeout(GRACE);
+  await card(page, 3).getByRole('button', { name: /Keep it/ }).click();
+  await expectText(main(page, 3), /^Cancel /);
+  assert.ok((await host.list()).includes('state="1"'));
+});
+
+test('a lapse is told from a cancellation, in a browser that comes later too', async () => {
+  const host = await startHost(...THREE, 'SEND_REQUEST_EVENT id=1', 'SEND_REQUEST_EVENT id=2');
+  const page = await open(host);
+  await host.run('advance 15m30s', 'SEND_CANCEL_EVENT id=1');
+  for (const each of [page, await open(host)]) {
+    await expectText(state(each, 1), /cancelled/);
+    await expectText(state(each, 2), /ran out of time/);
+    await expectText(main(each, 2), /^Request /);
+  }
+  await main(page, 2).click();
+  await expectText(state(page, 2), /^Requested at/);
+});
+
+test('a tap never lands on what has just come under the finger', async () => {
+  const host = await startHost(...THREE);
+  const page = await open(host, '/', { viewport: { width: 390, height: 900 }, reducedMotion: 'reduce' });
+  const { x, y } = await main(page, 2).boundingBox();
+  await page.mouse.move(x + 5, y + 5);
+  await host.run('REMOVE_SERVICE id=1');
+  await card(page, 1).waitFor({ state: 'detached' });
+  assert.equal(await page.evaluate(([left, top]) => document.elementFromPoint(left, top).closest('li').dataset.id, [x + 5, y + 5]), '3');
+  await page.mouse.click(x + 5, y + 5);
+  await expectText(page.locator('#status'), /Please tap again/);
+  assert.deepEqual(requests(host), []);
+
+  await page.waitForTimeout(GRACE);
+  await page.mouse.down();
+  await host.run('REORDER_SERVICES order=3,2');
+  await expectText(page.locator('#services > li').first(), /Privacy/);
+  await page.mouse.up();
+  await page.waitForTimeout(GRACE);
+  assert.deepEqual(requests(host), [], 'pressed on one, released on another');
+
+  await main(page, 2).dblclick();
+  await expectText(main(page, 2), /^Cancel /);
+  await page.waitForTimeout(GRACE);
+  assert.equal(await card(page, 2).getAttribute('data-phase'), 'open', 'the second tap of two does nothing');
+});
+
+test('focus and place stay where they are when the list changes', async () => {
+  const more = Array.from({ length: 12 }, (_, i) => `ADD_SERVICE name=More${i} delay=5`);
+  const host = await startHost(...THREE, ...more);
+  const page = await open(host, '/', { viewport: { width: 390, height: 500 } });
+  await main(page, 7).focus();
+  const before = await card(page, 7).boundingBox();
+  await host.run('REMOVE_SERVICE id=2', `REORDER_SERVICES order=15,14,7,3,1,4,5,6,8,9,10,11,12,13`);
+  await expectText(page.locator('#services > li').first(), /More11/);
+  await page.waitForTimeout(GRACE);
+  const focused = () => page.evaluate(() => [document.activeElement.tagName, document.activeElement.closest('li').dataset.id]);
+  assert.deepEqual(await focused(), ['BUTTON', '7']);
+  assert.ok(Math.abs((await card(page, 7).boundingBox()).y - before.y) < 2, 'it moved on the screen');
+
+  await host.run('REMOVE_SERVICE id=7');
+  await card(page, 7).waitFor({ state: 'detached' });
+  assert.deepEqual(await focused(), ['LI', '3'], 'not on a button of another service');
+  await page.keyboard.press('Enter');
+  await host.run();
+  assert.deepEqual(requests(host), []);
+});
+
+test('a shortcut is shown and cannot be requested', async () => {
+  const page = await open(await startHost('ADD_SERVICE type=shortcut shortcut_id=42'));
+  await expectText(card(page, 1), /Item 42/);
+  assert.equal(await card(page, 1).getByRole('button').count(), 0);
+});

@@ -1,0 +1,179 @@
+// What page and host owe each other: one truth for all, after an outage too, and nothing for strangers.
+import assert from 'node:assert/strict';
+import { once } from 'node:events';
+import { writeFile } from 'node:fs/promises';
+import http from 'node:http';
+import path from 'node:path';
+import { test } from 'node:test';
+import { GRACE, card, expectSoon, expectText, prepare, quote, replay, shownOrder } from './support.mjs';
+
+const at = prepare();
+const { open, startHost } = at;
+
+const click = (page, name) => page.getByRole('button', { name }).click();
+
+test('after an outage the page shows the truth again, without a reload', async () => {
+  const host = await startHost('ADD_SERVICE name=Towels delay=60', 'ADD_SERVICE name=Valet delay=15', 'SEND_REQUEST_EVENT id=1');
+  const page = await open(host);
+  const attempts = [];
+  page.on('console', (message) => /WebSocket/.test(message.text()) && attempts.push(Date.now()));
+  await page.evaluate(() => (window.isSamePage = true));
+  await host.kill();
+  await expectText(page.locator('#connection'), /connection to the host is lost.*Trying again/);
+  await card(page, 2).getByRole('button').click();
+  await expectText(page.locator('#status'), /no connection/);
+  await expectSoon(() => attempts.length, /^[4-9]$/);
+  const pauses = attempts.slice(1).map((time, i) => time - attempts[i]);
+  assert.ok(pauses[1] > 1.5 * pauses[0] && pauses[2] > 1.5 * pauses[1], `pauses of ${pauses} ms do not grow`);
+
+  await host.start();
+  await host.run('REMOVE_SERVICE id=2', 'ADD_SERVICE name=Turndown delay=5', 'SEND_CANCEL_EVENT id=1');
+  await expectText(page.locator('#connection'), /^$/);
+  await expectText(card(page, 1).locator('.state'), /cancelled/);
+  await expectText(card(page, 2), /Turndown/);
+  assert.equal(await page.evaluate(() => window.isSamePage), true);
+  await page.waitForTimeout(GRACE);
+  await card(page, 2).getByRole('button').click();
+  await expectText(card(page, 2).locator('.state'), /^Requested/);
+});
+
+test('a list that the console puts in place is shown', async () => {
+  const host = await startHost('ADD_SERVICE name=Towels', 'ADD_SERVICE name=Valet');
+  const page = await open(host);
+  await host.run(`restart state='<guest_services><guest_service id="7" name="Linens" state="0"/></guest_services>'`);
+  await expectSoon(() => shownOrder(page), /^7$/);
+  await host.run('reload');
+  await expectText(card(page, 7), /Linens/);
+});
+
+test('all browsers show the same', async () => {
+  const host = await startHost('clock 2024-03-02T14:05:10', ...['A', 'B', 'C', 'D'].map((name) => `ADD_SERVICE name=${name} delay=15`));
+  const guests = [await open(host), await open(host)];
+  const installers = [await open(host, '/installer'), await open(host, '/installer')];
+  await card(guests[0], 1).getByRole('button').click();
+  await card(guests[1], 2).getByRole('button').click();
+  await installers[0].locator('.handle').first().press('End');
+  await installers[1].locator('.handle').last().press('ArrowUp');
+  await host.run('REMOVE_SERVICE id=3', 'SEND_CANCEL_EVENT id=2', 'ADD_SERVICE name=E');
+  for (const page of [...guests, ...installers]) await expectText(page.locator('#services > li').last(), /E/);
+  const order = (await host.order()).join();
+  for (const pages of [[...guests, await open(host)], [...installers, await open(host, '/installer')]]) {
+    for (const page of pages) assert.equal(await shownOrder(page), order);
+    const read = () => Promise.all(pages.map((page) => page.locator('main').innerText()));
+    await expectSoon(async () => new Set(await read()).size, /^1$/);
+  }
+});
+
+const LONG = 'Long '.repeat(2000);
+const HOSTILE = [
+  '<script>alert(1)</script>', '<img src=x onerror=alert(1)>', '"><svg onload=alert(1)>', `'";--\\ &amp; &lt;`,
+  '\u202Egnihtemos\u202C', 'שירות חדרים', '{{7*7}} ${7*7}', ' \t\n ', '🛎️ e\u0301', LONG,
+];
+
+test('names and descriptions are text in every view, whatever they hold', async () => {
+  const host = await startHost(...HOSTILE.map((text) => `ADD_SERVICE name=${quote(text)} description=${quote(text)} operarequest=${quote(text)} icon=1 delay=-1`));
+  const before = await host.list();
+  await host.run(...HOSTILE.map((_, i) => `SEND_REQUEST_EVENT id=${i + 1}`));
+  for (const view of ['/', '/installer', '/activity']) {
+    const page = await open(host, view, { viewport: { width: 390, height: 800 } });
+    if (view === '/activity') await expectText(page.locator('#lines'), /&lt;script>|&lt;script&gt;/);
+    for (const [i, text] of view === '/activity' ? [] : HOSTILE.entries()) {
+      assert.equal(await card(page, i + 1).locator('h2').textContent(), text);
+      assert.equal(await card(page, i + 1).locator('.description').textContent(), text);
+    }
+    assert.equal(await page.locator('main script, main img, #lines svg').count(), 0);
+    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth), `${view} is wider than the screen`);
+  }
+  // Edited and saved as they are, they stay as they are.
+  await host.run(...HOSTILE.map((_, i) => `SEND_CANCEL_EVENT id=${i + 1}`));
+  const page = await open(host, '/installer');
+  for (const i of HOSTILE.keys()) {
+    await card(page, i + 1).getByRole('button', { name: /^Edit/ }).click();
+    await click(page, 'Save');
+    await host.waitFor(new RegExp(`^bound 100 SERVICE_CHANGED id:INT=${i + 1}$`));
+  }
+  const withoutTimes = (xml) => xml.replace(/<request_time [^>]*>/g, '');
+  assert.ok(withoutTimes(await host.list()) === withoutTimes(before), 'saved as it was, an entry has changed');
+});
+
+test('strangers are refused, and steps that steer the host', async () => {
+  const host = await startHost('ADD_SERVICE name=Towels');
+  const { port } = new URL(host.url);
+  const status = async (target, headers) => {
+    const request = http.get({ host: '127.0.0.1', port, path: target, headers });
+    const [answer] = await Promise.race([once(request, 'response'), once(request, 'upgrade')]);
+    answer.destroy();
+    request.destroy();
+    return answer.statusCode;
+  };
+  const upgrade = { Connection: 'Upgrade', Upgrade: 'websocket', 'Sec-WebSocket-Version': '13', 'Sec-WebSocket-Key': 'AAAAAAAAAAAAAAAAAAAAAA==' };
+  const own = `127.0.0.1:${port}`;
+  for (const [target, headers, expected] of [
+    ['/', { Host: own }, 200],
+    ['/', { Host: `localhost:${port}` }, 200],
+    ['/', { Host: 'evil.example' }, 403],
+    ['/', { Host: `127.0.0.1.evil.example:${port}` }, 403],
+    ['/ws', { ...upgrade, Host: own, Origin: `http://${own}` }, 101],
+    ['/ws', { ...upgrade, Host: own, Origin: 'http://evil.example' }, 403],
+    ['/ws', { ...upgrade, Host: own, Origin: 'null' }, 403],
+    ['/ws', { ...upgrade, Host: 'evil.example', Origin: 'http://evil.example' }, 403],
+  ]) {
+    assert.equal(await status(target, headers), expected, JSON.stringify([target, headers]));
+  }
+
+  const foreign = http.createServer((_, answer) => answer.end('<!doctype html>')).listen(0, '127.0.0.1');
+  await once(foreign, 'listening');
+  const stranger = await (await at.browser.newContext()).newPage();
+  await stranger.goto(`http://127.0.0.1:${foreign.address().port}/`);
+  const talk = ([url, lines]) => new Promise((resolve) => {
+    const heard = [];
+    const socket = new WebSocket(url);
+    socket.onopen = () => lines.forEach((line) => socket.send(line));
+    socket.onmessage = ({ data }) => data.startsWith('error') && heard.push(data) === lines.length && resolve(heard);
+    socket.onclose = () => resolve('closed');
+  });
+  const steering = ['restart state=none', 'advance 1h', 'clock 2024-03-02T14:05:10', 'reload', 'export /tmp/x', 'verbose on'];
+  const socket = `ws://${own}/ws`;
+  assert.equal(await stranger.evaluate(talk, [socket, steering]), 'closed');
+  await stranger.context().close();
+  foreign.close();
+
+  const page = await open(host);
+  const errors = await page.evaluate(talk, [socket, steering]);
+  assert.deepEqual(new Set(errors), new Set(['error only commands and ui requests are taken from here']));
+  assert.deepEqual(await host.order(), [1]);
+});
+
+test('the activity can be filtered and paused, tells of trouble, and can be copied as a scenario that replays', async () => {
+  const host = await startHost('ADD_SERVICE name=Valet delay=1', 'ADD_SERVICE name=Towels');
+  const page = await open(host, '/activity');
+  await page.context().grantPermissions(['clipboard-read', 'clipboard-write']);
+  const shown = () => page.locator('#lines li:visible').evaluateAll((rows) => rows.map((row) => row.lastChild.textContent));
+  await expectText(page.locator('#health'), /State file: saved.*Plug-in: .*guest-services-agent\.so/);
+  await host.run('SEND_REQUEST_EVENT id=1', 'SEND_REQUEST_EVENT id=2', 'advance 2m', 'REORDER_SERVICES order=2,1', 'SEND_REQUEST_EVENT id=1');
+  await expectSoon(async () => (await shown()).length, /^30$/);
+
+  await page.getByLabel('Service').selectOption('1 \u2068Valet\u2069');
+  for (const kind of ['Pushes', 'Bound calls', 'Log']) await page.getByLabel(kind).uncheck();
+  assert.deepEqual(await shown(), ['ADD_SERVICE name=Valet delay=1', 'SEND_REQUEST_EVENT id=1', '1', 'SEND_REQUEST_EVENT id=1', '1']);
+  await click(page, 'Pause');
+  await host.run('SEND_CANCEL_EVENT id=1');
+  await expectText(page.locator('#pause'), /^Go on \(5 more lines\)$/);
+  assert.equal((await shown()).length, 5);
+  await click(page, /Go on/);
+  assert.deepEqual((await shown()).slice(-2), ['SEND_CANCEL_EVENT id=1', '10001']);
+
+  await click(page, 'Copy as scenario');
+  await expectText(page.locator('#status'), /^Copied/);
+  const scenario = await page.evaluate(() => navigator.clipboard.readText());
+  assert.equal(scenario.match(/^push <service_state_not_requested>/gm).length, 2);
+  const file = path.join(at.folder, 'copied.txt');
+  await writeFile(file, scenario);
+  await replay(file);
+
+  await host.kill();
+  await writeFile(host.state, 'no state at all');
+  await host.start();
+  await expectText(page.locator('#health'), /copied|aside|backup|not/i);
+  assert.ok((await page.locator('#health .bad').count()) > 0);
+});

@@ -1,0 +1,161 @@
+// What the browser tests share: the live host, driven on its console, and pages that look at it.
+import assert from 'node:assert/strict';
+import { execFile, spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { mkdtemp, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import path from 'node:path';
+import readline from 'node:readline';
+import { after, afterEach, before } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { promisify } from 'node:util';
+import { chromium } from 'playwright-core';
+
+export const ROOT = fileURLToPath(new URL('../../', import.meta.url));
+const HOST = process.env.GUEST_SERVICES_HOST ?? path.join(ROOT, 'build/release/bin/guest-services-host');
+// From the folder above the host's; the page shows it, and so do the pictures.
+const PLUGIN = 'lib/guest-services/guest-services-agent.so';
+const CHROMIUM = process.env.CHROMIUM ?? '/usr/bin/chromium';
+const CHROMIUM_ARGS = [
+  '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+  '--disable-background-networking', '--disable-component-update', '--disable-sync',
+];
+// The page holds back taps on what has just changed.
+export const GRACE = 700;
+
+/** A live host with a state file of its own. `lines` is all that its console printed. */
+class Host {
+  lines = [];
+  #marks = 0;
+
+  constructor(folder) {
+    this.state = path.join(folder, 'state.xml');
+  }
+
+  /** Starts it, the second time at the same address. */
+  async start() {
+    const listen = this.url ? new URL(this.url).host : '127.0.0.1:0';
+    this.process = spawn(HOST, ['run', '--plugin', PLUGIN, '--state', this.state, '--listen', listen], {
+      cwd: path.dirname(path.dirname(HOST)),
+      stdio: ['pipe', 'pipe', 'inherit'],
+      env: { ...process.env, TZ: 'UTC' },
+    });
+    this.output = readline.createInterface({ input: this.process.stdout });
+    this.output.on('line', (line) => this.lines.push(line));
+    this.url = (await this.waitFor(/^! page (.*)/)).match(/http.*/)[0];
+  }
+
+  /** The first line from `from` on that matches. */
+  async waitFor(pattern, from = 0) {
+    for (const deadline = Date.now() + 10000; Date.now() < deadline && this.process.exitCode === null; ) {
+      const found = this.lines.slice(from).find((line) => pattern.test(line));
+      if (found !== undefined) return found;
+      await new Promise((resolve) => setTimeout(resolve, 10));
+    }
+    assert.fail(`${pattern} is not among:\n${this.lines.slice(from).join('\n')}`);
+  }
+
+  /** Carries out steps on the console; the lines that were printed meanwhile. */
+  async run(...steps) {
+    const from = this.lines.length;
+    const mark = `# ${(this.#marks += 1)}`;
+    this.process.stdin.write(`${[...steps, mark].join('\n')}\n`);
+    await this.waitFor(new RegExp(`^> ${mark}$`), from);
+    return this.lines.slice(from).filter((line) => line !== `> ${mark}`);
+  }
+
+  /** The list as the agent answers it. */
+  async list() {
+    const answer = (await this.run('ui GET_ALL_SERVICES')).find((line) => line.startsWith('answer '));
+    return answer.slice('answer '.length);
+  }
+
+  /** The ids in the agent's order. */
+  async order() {
+    return [...(await this.list()).matchAll(/<(?:guest_service|shortcut) id="(\d+)"/g)].map(([, id]) => Number(id));
+  }
+
+  async kill() {
+    if (this.process.exitCode !== null || this.process.signalCode !== null) return;
+    const gone = once(this.process, 'exit');
+    this.process.kill('SIGKILL');
+    await gone;
+  }
+}
+
+/** A step's value in quotes. */
+export function quote(text) {
+  return `"${text.replace(/["\\]/g, '\\$&').replace(/\n/g, '\\n').replace(/\t/g, '\\t')}"`;
+}
+
+/** Replays a scenario file; fails with the difference. */
+export async function replay(file) {
+  await promisify(execFile)(HOST, ['replay', file]).catch((error) => assert.fail(error.stdout + error.stderr));
+}
+
+/**
+ * Prepares a file's tests: a browser for all, and for each a fresh folder. Returns `startHost(...steps)`
+ * and `open(host, path, options)`, which gives a page in a browser profile of its own. After each
+ * test, its pages must have met no error and no script of a name.
+ */
+export function prepare() {
+  const at = {};
+  let cleanUp = [];
+  before(async () => (at.browser = await chromium.launch({ executablePath: CHROMIUM, args: CHROMIUM_ARGS })));
+  after(() => at.browser.close());
+  afterEach(async () => {
+    for (const action of cleanUp.reverse()) await action();
+    cleanUp = [];
+  });
+
+  at.startHost = async (...steps) => {
+    at.folder = await mkdtemp(path.join(tmpdir(), 'guest-services-'));
+    const { folder } = at;
+    const host = new Host(folder);
+    cleanUp.push(() => rm(folder, { recursive: true }), () => host.kill());
+    await host.start();
+    if (steps.length > 0) await host.run(...steps);
+    return host;
+  };
+
+  at.open = async (host, place = '/', options = {}) => {
+    const context = await at.browser.newContext({ viewport: { width: 1000, height: 800 }, ...options });
+    const page = await context.newPage();
+    const problems = [];
+    page.setDefaultTimeout(10000);
+    page.on('pageerror', (error) => problems.push(error.stack));
+    page.on('dialog', (dialog) => problems.push(`dialog: ${dialog.message()}`));
+    page.on('console', (message) => {
+      const isOutage = /WebSocket connection to .* failed/.test(message.text());
+      if (message.type() === 'error' && !isOutage) problems.push(message.text());
+    });
+    cleanUp.push(async () => {
+      await context.close();
+      assert.deepEqual(problems, []);
+    });
+    await page.goto(new URL(place, host.url).href);
+    await page.waitForTimeout(GRACE);
+    return page;
+  };
+  return at;
+}
+
+/** The card of the service with that id. */
+export const card = (page, id) => page.locator(`#services > li[data-id="${id}"]`);
+
+/** Waits until what `read` gives matches. */
+export async function expectSoon(read, pattern) {
+  let text = '';
+  for (const deadline = Date.now() + 10000; Date.now() < deadline; ) {
+    text = String(await read());
+    if (pattern.test(text)) return;
+    await new Promise((resolve) => setTimeout(resolve, 20));
+  }
+  assert.match(text, pattern);
+}
+
+/** Waits until the element has a text that matches. */
+export const expectText = (locator, pattern) => expectSoon(() => locator.textContent(), pattern);
+
+/** The ids in the order in which a view shows them. */
+export const shownOrder = (page) => page.evaluate(() => [...document.querySelectorAll('#services > li')].map((li) => li.dataset.id).join());

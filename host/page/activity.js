@@ -74,7 +74,7 @@ function add(text) {
   if (before) filter(before);
   filter(entry);
   if (paused === null) show(entry.row);
-  else label(paused + 1);
+  else showPaused(paused + 1);
   if (entries.length > MOST_LINES) forgetFirst();
 }
 
@@ -97,7 +97,7 @@ function filter(entry) {
   entry.row.hidden = hiddenKinds.has(entry.kind) || (id !== '' && !entry.ids.includes(Number(id)));
 }
 
-function label(count) {
+function showPaused(count) {
   paused = count;
   const more = paused > 0 ? ` (${paused} more ${paused === 1 ? 'line' : 'lines'})` : '';
   byId('pause').textContent = paused === null ? 'Pause' : `Go on${more}`;
@@ -160,7 +160,7 @@ byId('kinds').append(
 byId('service').onchange = () => entries.forEach(filter);
 byId('pause').onclick = () => {
   if (paused !== null) show(...entries.filter(({ row }) => !row.isConnected).map(({ row }) => row));
-  label(paused === null ? 0 : null);
+  showPaused(paused === null ? 0 : null);
 };
 byId('copy').onclick = async () => {
   if (!start) return say('There is nothing to copy yet.');

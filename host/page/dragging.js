@@ -28,9 +28,10 @@ export function orderByDragging(list, move) {
   }
 
   function scroll() {
+    if (!drag.row.isConnected) return end();
     if (drag.y < EDGE) window.scrollBy(0, -8);
     if (drag.y > window.innerHeight - EDGE) window.scrollBy(0, 8);
-    follow();
+    return follow();
   }
 
   function end() {
@@ -45,17 +46,17 @@ export function orderByDragging(list, move) {
   list.addEventListener('pointerdown', (event) => {
     const handle = event.target.closest('.handle');
     if (!handle || event.button !== 0 || drag) return;
-    handle.setPointerCapture(event.pointerId);
     drag = { row: handle.closest('li'), from: event.pageY, y: event.clientY };
     drag.scrolling = setInterval(scroll, 16);
     drag.row.classList.add('dragged');
   });
-  list.addEventListener('pointermove', (event) => {
+  // Not on the list: the pointer may leave it, and the row may be put elsewhere meanwhile.
+  document.addEventListener('pointermove', (event) => {
     if (!drag) return;
     drag.y = event.clientY;
     follow();
   });
-  list.addEventListener('pointerup', (event) => {
+  document.addEventListener('pointerup', (event) => {
     if (!drag) return;
     const id = Number(drag.row.dataset.id);
     const place = placeOfRow();
@@ -63,7 +64,7 @@ export function orderByDragging(list, move) {
     end();
     if (isMoved) move(id, place);
   });
-  list.addEventListener('pointercancel', end);
+  document.addEventListener('pointercancel', end);
   document.addEventListener('keydown', (event) => {
     if (event.key === 'Escape') end();
   });

@@ -93,7 +93,7 @@ function ask(row, isAsking) {
   row.isAsking = isAsking;
   if (isAsking) row.asked = setTimeout(() => ask(row, false), QUESTION_TIME);
   // The button that was pressed is about to go.
-  else if (document.activeElement !== document.body && row.contains(document.activeElement)) row.querySelector('.main').focus();
+  else if (row.contains(document.activeElement)) row.querySelector('.main').focus();
   render();
 }
 

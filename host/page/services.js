@@ -206,7 +206,7 @@ export class Services {
       delay: Number(text('delay')),
       operarequest: text('operarequest'),
       isOpen: Number(text('state')) === REQUESTED,
-      since: Date.UTC(year, month - 1, ...rest) / 1000 - this.#zone,
+      since: Date.UTC(year, month - 1, ...rest) / 1000 - this.#zone || 0,
     };
   }
 }

@@ -16,8 +16,8 @@ export function el(tag, properties = {}, ...children) {
 
 /** A text that somebody typed, at most so long, that leaves the direction around it alone. */
 export function typed(text, most = 60) {
-  const characters = [...text];
-  const short = characters.length > most ? `${characters.slice(0, most).join('')}…` : text;
+  const characters = [...text.replace(/[\u202a-\u202e\u2066-\u2069]/g, '')];
+  const short = characters.slice(0, most).join('') + (characters.length > most ? '…' : '');
   return `\u2068${short}\u2069`;
 }
 

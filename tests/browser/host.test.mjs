@@ -40,7 +40,8 @@ test('after an outage the page shows the truth again, without a reload', async (
 test('a list that the console puts in place is shown', async () => {
   const host = await startHost('ADD_SERVICE name=Towels', 'ADD_SERVICE name=Valet');
   const page = await open(host);
-  await host.run(`restart state='<guest_services><guest_service id="7" name="Linens" state="0"/></guest_services>'`);
+  const time = '<request_time YEAR="2147483647" MONTH="-1" DAY="0" HOUR="0" MIN="0" SEC="0"/>';
+  await host.run(`restart state='<guest_services><guest_service id="7" name="Linens" state="1" delay="5">${time}</guest_service></guest_services>'`);
   await expectSoon(() => shownOrder(page), /^7$/);
   await host.run('reload');
   await expectText(card(page, 7), /Linens/);

@@ -60,8 +60,8 @@ class Host {
     const from = this.lines.length;
     const mark = `# ${(this.#marks += 1)}`;
     this.process.stdin.write(`${[...steps, mark].join('\n')}\n`);
-    await this.waitFor(new RegExp(`^> ${mark}$`), from);
-    return this.lines.slice(from).filter((line) => line !== `> ${mark}`);
+    await this.waitFor(new RegExp(`^(> )?${mark}$`), from);
+    return this.lines.slice(from).filter((line) => !line.endsWith(mark));
   }
 
   /** The list as the agent answers it. */

@@ -36,7 +36,7 @@ class Measured:
         return self.time(case, "agent", size) / self.time(case, peer, size)
 
     def slope(self, case, who):
-        return self.time(case, who, 10000) - self.time(case, who, 100)
+        return self.time(case, who, 1000) - self.time(case, who, 100)
 
     def constant(self, size):
         """What one command costs above the walk, in microseconds."""
@@ -91,7 +91,7 @@ def goal_table(goals):
 def time_table(measured):
     yield "| Case | By | 100 | 1,000 | 10,000 | 100,000 |"
     yield "|---|---|--:|--:|--:|--:|"
-    for case, who in dict.fromkeys(tuple(name.split("/")[:2]) for name in measured.runs):
+    for case, who in sorted({tuple(name.split("/")[:2]) for name in measured.runs}):
         if case in ("heap", "load"):
             continue
         sizes = measured.sizes(case, who)

@@ -79,6 +79,7 @@ bool LiveHost::Run() {
     server_->Start();
     console_.Print("! page " + UrlOf(server_->GetEndpoint()));
   }
+  if (console_.IsTerminal()) console_.Print("help lists the steps, Ctrl-D ends the host");
   console_.Open();
   OnSignals();
   TellTimeRegularly();

@@ -68,7 +68,8 @@ function add(text) {
   const time = entry.at === null ? 'earlier' : services.local(entry.at).toISOString().slice(11, 19);
   const rest = text.slice(first.length + 1);
   entry.row = el('li', {}, el('span', { className: 'time' }, time));
-  entry.row.append(el('span', { className: 'kind' }, first === '>' ? 'step' : first), el('code', { dir: 'ltr' }, rest));
+  entry.row.append(el('span', { className: 'kind' }, first === '>' ? 'step' : first));
+  entry.row.append(el('code', { dir: 'ltr' }, rest));
   entry.row.dataset.kind = entry.kind;
   entries.push(entry);
   if (before) filter(before);
@@ -115,7 +116,8 @@ function offerServices() {
 /** "14m30s" as seconds. */
 function secondsOf(duration) {
   const units = { h: 3600, m: 60, s: 1 };
-  return [...duration.matchAll(/(\d+)([hms])/g)].reduce((sum, [, count, unit]) => sum + count * units[unit], 0);
+  const parts = [...duration.matchAll(/(\d+)([hms])/g)];
+  return parts.reduce((sum, [, count, unit]) => sum + count * units[unit], 0);
 }
 
 /**

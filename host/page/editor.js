@@ -83,7 +83,10 @@ export function edit(services, service) {
 /** Says in the form what happened to its entry meanwhile. */
 export function noteChange(what, service) {
   if (!dialog.open || edited === undefined || service?.id !== edited) return;
-  if (what === 'service_changed') byId('editor-note').textContent = 'Somebody else has changed this entry meanwhile. Saving puts yours in its place.';
+  if (what === 'service_changed') {
+    byId('editor-note').textContent =
+      'Somebody else has changed this entry meanwhile. Saving puts yours in its place.';
+  }
   if (what !== 'service_removed') return;
   dialog.close();
   say(`${typed(nameOf(service))} was removed by somebody else; there is nothing left to edit.`);

@@ -1,7 +1,8 @@
 // The guest's view: the services, each to be requested with one tap and cancelled with two.
 import { draw, drawRing } from './icons.js';
 import { Services, nameOf } from './services.js';
-import { el, keepList, label, leftInWords, say, sayChange, showLost, timeInWords, typed, unsettle } from './view.js';
+import { el, keepList, label, leftInWords, say, sayChange } from './view.js';
+import { showLost, timeInWords, typed, unsettle } from './view.js';
 
 const ANSWER_TIME = 5000;
 const QUESTION_TIME = 8000;
@@ -82,7 +83,8 @@ function render() {
 }
 
 function summary() {
-  if (services.list.length === 0) return services.isCurrent ? 'No services are offered yet.' : 'One moment, please.';
+  const { length } = services.list;
+  if (length === 0) return services.isCurrent ? 'No services are offered yet.' : 'One moment, please.';
   const count = services.open.length;
   if (count === 0) return 'Choose a service. One tap is enough.';
   return count === 1 ? 'One request is open.' : `${count} requests are open.`;

@@ -3,7 +3,8 @@ import { orderByDragging } from './dragging.js';
 import { edit, noteChange } from './editor.js';
 import { draw } from './icons.js';
 import { Services, nameOf } from './services.js';
-import { delayInWords, el, keepList, label, leftInWords, say, sayChange, showHealth, showLost, timeInWords, typed } from './view.js';
+import { delayInWords, el, keepList, label, leftInWords, say } from './view.js';
+import { sayChange, showHealth, showLost, timeInWords, typed } from './view.js';
 
 const byId = (id) => document.getElementById(id);
 const list = byId('services');
@@ -100,7 +101,8 @@ function askToRemove(service) {
   const dialog = byId('question');
   byId('question-title').textContent = `Remove ${typed(nameOf(service))}?`;
   const open = service.isOpen ? 'Its open request ends without a word to the guest. ' : '';
-  byId('question-text').textContent = `${open}The programming that belongs to it is removed as well. This cannot be undone.`;
+  const rest = 'The programming that belongs to it is removed as well. This cannot be undone.';
+  byId('question-text').textContent = open + rest;
   dialog.querySelector('form').onsubmit = (event) => {
     event.preventDefault();
     const problem = services.remove(service);

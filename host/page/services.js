@@ -140,7 +140,8 @@ export class Services {
       if (offset > this.#offset || this.#offset - offset > 1.5) this.#offset = offset;
       this.#zone = Number(zone);
     } else if (word === 'health') {
-      for (const [, name, value] of text.matchAll(/(\w+)=("(?:[^"\\]|\\.)*")/g)) this.#health[name] = unquote(value);
+      const fields = text.matchAll(/(\w+)=("(?:[^"\\]|\\.)*")/g);
+      for (const [, name, value] of fields) this.#health[name] = unquote(value);
       this.on.health?.(this.#health);
     } else if (word === 'notice') {
       this.#health.notices.push(unquote(text.slice(word.length + 1)));

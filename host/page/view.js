@@ -170,7 +170,8 @@ export function keepList(list, create) {
     if (Math.abs(x) + Math.abs(y) < 2) return;
     unsettle(row);
     if (matchMedia('(prefers-reduced-motion: reduce)').matches) return;
-    row.animate([{ transform: `translate(${x}px, ${y}px)` }, { transform: 'none' }], { duration: 250, easing: 'ease-out' });
+    const from = { transform: `translate(${x}px, ${y}px)` };
+    row.animate([from, { transform: 'none' }], { duration: 250, easing: 'ease-out' });
   }
 
   return (services) => {
@@ -186,7 +187,8 @@ export function keepList(list, create) {
     for (const [row, before] of places) if (row.isConnected) slide(row, before);
     if (index < 0 || document.activeElement === focused) return;
     // Never to a button of another service, where the next key press would work.
-    const heir = focused.isConnected ? focused : (list.children[Math.min(index, list.children.length - 1)] ?? document.querySelector('h1'));
+    const next = list.children[Math.min(index, list.children.length - 1)];
+    const heir = focused.isConnected ? focused : (next ?? document.querySelector('h1'));
     heir.focus({ preventScroll: true });
   };
 }

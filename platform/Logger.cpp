@@ -39,8 +39,12 @@ class HostAppender : public log4cplus::Appender {
   }
 };
 
+/// Harmless when repeated.
 void AttachHost() {
-  log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new HostAppender));
+  const log4cplus::SharedAppenderPtr appender(new HostAppender);
+  appender->setName("host");
+  log4cplus::Logger root = log4cplus::Logger::getRoot();
+  if (!root.getAppender(appender->getName())) root.addAppender(appender);
 }
 
 }  // namespace
@@ -76,7 +80,7 @@ void ConfigureLog(const std::string& path) {
   if (!std::ifstream(path)) {
     throw std::runtime_error(path + ": cannot read it: " + std::strerror(errno));
   }
-  log4cplus::PropertyConfigurator(path).configure();  // takes the appenders away
+  log4cplus::PropertyConfigurator(path).configure();  // may take the appenders away
   AttachHost();
 }
 

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 std::string Join(const std::vector<std::string>& lines) {
   std::string text;
-  for (const std::string& line : lines) text += line + '\n';
+  for (const std::string& line : lines) (text += line) += '\n';
   return text;
 }
 
@@ -57,7 +57,7 @@ class Live : public testing::Test {
       files[name.substr(0, name.find("-2"))] += text.str();
     }
     std::string shown;
-    for (const auto& [name, text] : files) shown += name + ": " + text;
+    for (const auto& [name, text] : files) ((shown += name) += ": ") += text;
     return shown;
   }
 
@@ -98,7 +98,7 @@ TEST_F(Live, StartsFromWhatHoldsAState) {
     host::LiveSession session = Open();
     session.Start();
     EXPECT_EQ(Show(), after) << file;
-    const bool isAsOrdered = file == two || file == one || file + backup == "";
+    const bool isAsOrdered = file == two || file == one || (file.empty() && backup.empty());
     EXPECT_EQ(session.GetNotices().empty(), isAsOrdered) << file;
     EXPECT_EQ(session.GetStateHealth(), "ok") << file;
     fs::remove_all(folder_);

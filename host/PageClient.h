@@ -36,7 +36,8 @@ class PageClient : public std::enable_shared_from_this<PageClient> {
   void Write();
 
   const std::shared_ptr<PageServer> server_;
-  boost::beast::websocket::stream<boost::asio::ip::tcp::socket> stream_;
+  // Without compression, which one machine has no use for.
+  boost::beast::websocket::stream<boost::asio::ip::tcp::socket, false> stream_;
   boost::beast::flat_buffer received_;
   std::deque<SharedLine> waiting_;  // the first is being written
   std::size_t waitingSize_ = 0;

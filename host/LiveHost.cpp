@@ -205,7 +205,7 @@ void LiveHost::TellTimeRegularly() {
   clock_.async_wait([this](const boost::system::error_code& error) {
     if (error) return;
     CatchUp();
-    if (server_) server_->Broadcast(std::make_shared<const std::string>(GetClockLine()));
+    TellTime();
     TellTimeRegularly();
   });
 }
@@ -217,6 +217,7 @@ void LiveHost::Publish(const std::vector<std::string>& lines) {
 void LiveHost::Tell(const std::string& text, bool onConsole) {
   if (onConsole) console_.Print(text);
   if (!server_) return;
+  if (session_.GetTime() != toldTime_) TellTime();
   const auto line = std::make_shared<const std::string>(text);
   server_->Broadcast(line);
   recent_.push_back(line);
@@ -225,6 +226,11 @@ void LiveHost::Tell(const std::string& text, bool onConsole) {
     recentSize_ -= recent_.front()->size();
     recent_.pop_front();
   }
+}
+
+void LiveHost::TellTime() {
+  toldTime_ = session_.GetTime();
+  if (server_) server_->Broadcast(std::make_shared<const std::string>(GetClockLine()));
 }
 
 void LiveHost::PublishStatus() {
@@ -241,7 +247,7 @@ void LiveHost::PublishStatus() {
   const std::int64_t offset = session_.GetTime() - Now().wall / 1000;
   if (std::abs(offset - toldOffset_) > 1) {
     toldOffset_ = offset;
-    if (server_) server_->Broadcast(std::make_shared<const std::string>(GetClockLine()));
+    TellTime();
   }
 }
 

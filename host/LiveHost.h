@@ -53,6 +53,7 @@ class LiveHost {
   void Tell(const std::string& text, bool onConsole);
   /// ... and of what has changed since this was last told.
   void PublishStatus();
+  void TellTime();
   std::string GetClockLine() const;
   std::string GetHealthLine() const;
 
@@ -69,6 +70,7 @@ class LiveHost {
   std::size_t recentSize_ = 0;
   std::string toldHealth_;
   std::size_t toldNotices_ = 0;
+  std::int64_t toldTime_ = 0;    // to the pages, in seconds
   std::int64_t toldOffset_ = 0;  // of the agent's clock from the system's
 };
 

@@ -164,6 +164,12 @@ test('the activity can be filtered and paused, tells of trouble, and can be copi
   await click(page, /Go on/);
   assert.deepEqual((await shown()).slice(-2), ['SEND_CANCEL_EVENT id=1', '10001']);
 
+  for (let i = 0; i < 4; i += 1) {
+    // The notice of the edit carries the time of the request.
+    const edit = `EDIT_SERVICE guest_service='<guest_service id="2" name="Towels" delay="-1"/>'`;
+    await host.run('SEND_REQUEST_EVENT id=2', edit, 'SEND_CANCEL_EVENT id=2');
+    await page.waitForTimeout(370);
+  }
   await click(page, 'Copy as scenario');
   await expectText(page.locator('#status'), /^Copied/);
   const scenario = await page.evaluate(() => navigator.clipboard.readText());

@@ -48,7 +48,10 @@ class Host:
 
 
 class Client:
-    """A WebSocket. `status` is 101 when the host let the client in, else `reason` says why not."""
+    """A WebSocket. `status` is 101 when the host let the client in, else `reason` says why not.
+
+    The host may tell the time before any line; `time` is what it told last.
+    """
 
     def __init__(self, port, path="/ws", **headers):
         self.socket = socket.create_connection(("127.0.0.1", port), timeout=20)
@@ -77,7 +80,7 @@ class Client:
         self.socket.sendall(head + bytes(4) + data)  # the mask may be any
 
     def receive(self):
-        """The next line. Raises EOFError when the connection ends."""
+        """The next line but for the time. Raises EOFError when the connection ends."""
         while True:
             head = self.input.read(2)
             if len(head) < 2:
@@ -88,9 +91,12 @@ class Client:
             data = self.input.read(size)
             if len(data) < size or head[0] & 15 == 8:
                 raise EOFError
-            if head[0] & 15 == 1:
+            if head[0] & 15 == 9:
+                self.send(data, opcode=10)
+            elif data.startswith(b"! clock "):
+                self.time = int(data.split()[2])
+            else:
                 return data.decode()
-            self.send(data, opcode=10)  # a ping
 
     def wait_for(self, start):
         """Receives until a line begins so, and returns that."""

@@ -20,6 +20,8 @@ const CHROMIUM_ARGS = [
   '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync',
 ];
+// A busy machine may take its time.
+const PATIENCE = 30000;
 // The page holds back taps on what has just changed.
 export const GRACE = 700;
 
@@ -47,7 +49,7 @@ class Host {
 
   /** The first line from `from` on that matches. */
   async waitFor(pattern, from = 0) {
-    for (const deadline = Date.now() + 10000; Date.now() < deadline && this.process.exitCode === null; ) {
+    for (const deadline = Date.now() + PATIENCE; Date.now() < deadline && this.process.exitCode === null; ) {
       const found = this.lines.slice(from).find((line) => pattern.test(line));
       if (found !== undefined) return found;
       await new Promise((resolve) => setTimeout(resolve, 10));
@@ -122,7 +124,7 @@ export function prepare() {
     const context = await at.browser.newContext({ viewport: { width: 1000, height: 800 }, ...options });
     const page = await context.newPage();
     const problems = [];
-    page.setDefaultTimeout(10000);
+    page.setDefaultTimeout(PATIENCE);
     page.on('pageerror', (error) => problems.push(error.stack));
     page.on('dialog', (dialog) => problems.push(`dialog: ${dialog.message()}`));
     page.on('console', (message) => {
@@ -146,7 +148,7 @@ export const card = (page, id) => page.locator(`#services > li[data-id="${id}"]`
 /** Waits until what `read` gives matches. */
 export async function expectSoon(read, pattern) {
   let text = '';
-  for (const deadline = Date.now() + 10000; Date.now() < deadline; ) {
+  for (const deadline = Date.now() + PATIENCE; Date.now() < deadline; ) {
     text = String(await read());
     if (pattern.test(text)) return;
     await new Promise((resolve) => setTimeout(resolve, 20));

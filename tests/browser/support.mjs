@@ -136,6 +136,8 @@ export function prepare() {
       assert.deepEqual(problems, []);
     });
     await page.goto(new URL(place, host.url).href);
+    const sign = page.locator(place === '/activity' ? '#health' : '#summary');
+    await expectText(sign, /^(?!One moment|Waiting)./);
     await page.waitForTimeout(GRACE);
     return page;
   };

@@ -18,7 +18,7 @@ class Generator {
   std::string Next(const Model& model);
 
  private:
-  /// A template with each {rule} in it replaced.
+  /// A text with each {rule} in it replaced; steps.txt says how.
   std::string Expand(std::string_view text);
   std::string Apply(std::string_view rule);
 
@@ -30,6 +30,7 @@ class Generator {
   std::string Moment();
   std::string Date();
   std::string OddText();
+  std::string Blank() { return " "; }
 
   std::uint32_t Below(std::size_t limit) { return static_cast<std::uint32_t>(random_() % limit); }
 

@@ -1,12 +1,12 @@
 // The program: steps that are made up, carried out by the plug-in and by the model, and compared.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -18,8 +18,8 @@ namespace {
 
 struct Options {
   std::uint64_t seed = std::random_device()();
-  std::uint64_t steps = 0;  // 0: as many as there is time for
-  double seconds = 0;       // 0: as many as the steps take
+  std::uint64_t steps = std::numeric_limits<std::uint64_t>::max();
+  double seconds = 3600;
   std::string file = "simulation.txt";
 };
 
@@ -46,12 +46,9 @@ bool Simulate(const Options& options) {
   const auto getSeconds = [&] {
     return std::chrono::duration<double>(Clock::now() - start).count();
   };
-  const auto isEnough = [&](std::uint64_t steps) {
-    return (options.steps != 0 && steps >= options.steps) ||
-           (options.seconds > 0 && getSeconds() >= options.seconds);
-  };
   std::uint64_t steps = 0;
-  for (std::uint64_t seed = options.seed; !isEnough(steps); ++seed, steps += kStreamLength) {
+  for (std::uint64_t seed = options.seed; steps < options.steps && getSeconds() < options.seconds;
+       ++seed, steps += kStreamLength) {
     if (const auto found = simulation.Run(seed, kStreamLength)) {
       Report(simulation, options, *found);
       return false;
@@ -70,13 +67,11 @@ int Run(int argc, char** argv) {
       "Has the Guest Services plug-in and a model of it carry out the same made-up steps.");
   Options options;
   app.add_option("--seed", options.seed, "Where the steps come from; any, if it is not given");
-  app.add_option("--steps", options.steps, "How many steps to carry out; 100000 without a time");
-  app.add_option("--seconds", options.seconds, "How long to go on at most");
+  app.add_option("--steps", options.steps, "How many steps to carry out at most");
+  app.add_option("--seconds", options.seconds, "How long to go on at most")->capture_default_str();
   app.add_option("--file", options.file, "Where to write the scenario that shows a difference")
       ->capture_default_str();
   CLI11_PARSE(app, argc, argv);
-  constexpr std::uint64_t kUsualSteps = 100000;
-  if (options.steps == 0 && options.seconds <= 0) options.steps = kUsualSteps;
   std::cout << "seed " << options.seed << std::endl;  // at once: a crash must not hide it
   return Simulate(options) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -35,23 +35,17 @@ std::vector<std::uint32_t> ReadOrder(const std::string& order) {
   return ids;
 }
 
-const char* NameOfEvent(std::uint32_t code) {
-  switch (code) {
-    case 1:
-      return "OnAll";
-    case 7:
-      return "OnItemAdded";
-    case 12:
-      return "OnItemMoved";
-    case 69:
-      return "OnProjectEnterLock";
-    case 71:
-      return "OnZigBeeStickPresent";
-    case 121:
-      return "OnNetworkBindingAddressChanged";
-    default:  // of those that streams have in them
-      return "Unknown";
-  }
+/// Of those that streams have in them.
+std::string NameOfEvent(std::uint32_t code) {
+  static const std::map<std::uint32_t, const char*> kNames = {
+      {1, "OnAll"},
+      {7, "OnItemAdded"},
+      {12, "OnItemMoved"},
+      {69, "OnProjectEnterLock"},
+      {71, "OnZigBeeStickPresent"},
+      {121, "OnNetworkBindingAddressChanged"}};
+  const auto found = kNames.find(code);
+  return found != kNames.end() ? found->second : "Unknown";
 }
 
 std::map<std::string, std::string> ParamsOf(const host::Step& step) {
@@ -105,7 +99,11 @@ void Model::OnCommand(const std::string& name, const Params& params) {
   if (name == "ADD_SERVICE") {
     Add(params);
   } else if (name == "EDIT_SERVICE") {
-    Edit(params);
+    if (Param(params, "type") == "shortcut") {
+      EditShortcut(Param(params, "shortcut"));
+    } else {
+      EditGuestService(Param(params, "guest_service"));
+    }
   } else if (name == "REMOVE_SERVICE") {
     Remove(IdParam(params));
   } else if (name == "REORDER_SERVICES") {
@@ -160,14 +158,6 @@ void Model::Add(const Params& params) {
   }
   services_.push_back(service);
   PushService("service_added", service);
-}
-
-void Model::Edit(const Params& params) {
-  if (Param(params, "type") == "shortcut") {
-    EditShortcut(Param(params, "shortcut"));
-  } else {
-    EditGuestService(Param(params, "guest_service"));
-  }
 }
 
 void Model::EditGuestService(const std::string& text) {
@@ -265,7 +255,7 @@ void Model::OnEvent(const host::Step& step) {
   if (step.words[0].value == "none") return;
   const std::uint32_t code = host::ParseUnsigned(step.words[0].value);
   if (code != kItemRemoved) {
-    Log(kDebug, std::string("Services Agent: Unknown system event \"") + NameOfEvent(code) + '"');
+    Log(kDebug, "Services Agent: Unknown system event \"" + NameOfEvent(code) + '"');
     return;
   }
   if (step.words.size() != 5 || step.words[3].value != "7") return;

@@ -37,7 +37,6 @@ class Model {
 
   void OnCommand(const std::string& name, const Params& params);
   void Add(const Params& params);
-  void Edit(const Params& params);
   void EditGuestService(const std::string& text);
   void EditShortcut(const std::string& text);
   void Remove(std::uint32_t id);

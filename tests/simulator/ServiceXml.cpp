@@ -179,6 +179,7 @@ const std::vector<OddText>& GetOddTexts() {
       {"\r", "&#13;"},
       {"\x01", "\uFFFD"},
       {"\x1F", "\uFFFD"},
+      {"\x7F", "\x7F"},                        // odd to a terminal alone
       {"\xFF", "\uFFFD"},                      // never in UTF-8
       {"\xE2\x82", "\uFFFD"},                  // cut short
       {"\xC0\xAF", "\uFFFD\uFFFD"},            // longer than needed

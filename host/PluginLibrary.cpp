@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 namespace host {
 namespace {
@@ -31,7 +32,8 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
       FindFunction<GetCreationFuncFunc>(handle_.get(), path_, "GetCreationFunc");
   // What they throw would outlive the library that it is of.
   try {
-    getNames(names_);
+    std::vector<std::string> names;  // asked for as by any host; this one lists none
+    getNames(names);
     factory_ = getFactory();
   } catch (const std::exception& error) {
     throw PluginError(path_ + ": GetAgentName or GetCreationFunc failed: " + error.what());

@@ -3,7 +3,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "platform/QxBaseDriver.h"
 
@@ -25,9 +24,6 @@ class PluginLibrary {
   /// The same from a copy of the file, so that it is read anew even where it is loaded already.
   static std::unique_ptr<PluginLibrary> LoadCopy(const std::string& path);
 
-  /// The names of the agents in it.
-  const std::vector<std::string>& GetNames() const { return names_; }
-
   /// A new agent. Throws `PluginError` when the factory throws or gives none.
   std::unique_ptr<IDriver> CreateAgent(IInstanceManager& instanceManager) const;
 
@@ -39,7 +35,6 @@ class PluginLibrary {
   std::string path_;
   std::unique_ptr<void, Unload> handle_;
   CreationFunc factory_ = nullptr;
-  std::vector<std::string> names_;
 };
 
 }  // namespace host

@@ -69,6 +69,6 @@ FailingMemory::FailingMemory(long granted, bool forGood) {
 
 FailingMemory::~FailingMemory() { grantedBlocks = kNever; }
 
-bool FailingMemory::HasFailed() const { return isPugixmlServed && hasFailed; }
+bool FailingMemory::HasFailed() { return isPugixmlServed && hasFailed; }
 
 }  // namespace test

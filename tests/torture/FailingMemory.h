@@ -17,8 +17,8 @@ class FailingMemory {
   FailingMemory(const FailingMemory&) = delete;
   FailingMemory& operator=(const FailingMemory&) = delete;
 
-  /// Whether any allocation has failed.
-  bool HasFailed() const;
+  /// Whether any allocation has failed since the last one of these was made.
+  static bool HasFailed();
 };
 
 }  // namespace test

@@ -2,9 +2,11 @@
 // life. docs/guarantees.md says what must hold then.
 #include <gtest/gtest.h>
 
-#include <new>
+#include <algorithm>
 #include <optional>
+#include <stdexcept>
 
+#include "host/Transcript.h"
 #include "tests/torture/FailingMemory.h"
 #include "tests/torture/World.h"
 
@@ -13,42 +15,43 @@ namespace {
 
 enum class Failure { kHostCall, kOneAllocation, kAllAllocations };
 
-struct HostCallFailed : std::runtime_error {
-  HostCallFailed() : std::runtime_error("the host has failed") {}
-};
+constexpr long kNever = -1;
+const std::string kIdentity = "E3D838E8-07BB-4251-9201-18A186DDFBDA";
+
+using Calls = std::vector<std::string>;  // a line each; "" for a look-up of an interface
+
+/// Keeps the calls that the agent makes from now on, and has the host throw inside the n-th of
+/// them, counted from 0. `calls` must outlive the world, or its `onHostCall`.
+void FailHostCall(World& world, long n, Calls& calls) {
+  calls.clear();
+  world.onHostCall = [&calls, n](const host::HostCall& call) mutable {
+    calls.push_back(host::FormatLine(call));
+    if (n-- == 0) throw std::runtime_error("injected");
+  };
+}
 
 /// Does the act; its n-th step fails, counted from 0. Returns whether it had so many.
 bool RunWithFailure(World& world, const Act& act, Failure failure, long n) {
-  std::optional<FailingMemory> memory;
-  bool hasFailed = false;
-  if (failure == Failure::kHostCall) {
-    world.onHostCall = [&, n]() mutable {
-      if (n-- != 0) return;
-      hasFailed = true;
-      throw HostCallFailed();
-    };
-  } else {
-    memory.emplace(n, failure == Failure::kAllAllocations);
-  }
-  std::string caught = "nothing";
+  const bool isHostCall = failure == Failure::kHostCall;
+  Calls calls;
+  std::string caught;
   try {
+    std::optional<FailingMemory> memory;
+    if (isHostCall) {
+      FailHostCall(world, n, calls);
+    } else {
+      memory.emplace(n, failure == Failure::kAllAllocations);
+    }
     act.run(world);
-  } catch (const HostCallFailed&) {
-    caught = "HostCallFailed";
-  } catch (const std::bad_alloc&) {
-    caught = "bad_alloc";
-  } catch (const host::PluginError&) {
-    caught = "PluginError";
+  } catch (const std::exception& error) {  // memory is back by then
+    caught = error.what();
   }
-  if (memory) hasFailed = memory->HasFailed();
-  memory.reset();
   world.onHostCall = nullptr;
-  const bool isCreation = act.stage == Stage::kNone;
-  const char* const expected = !hasFailed                       ? "nothing"
-                               : isCreation && caught[0] == 'P' ? "PluginError"
-                               : failure == Failure::kHostCall  ? "HostCallFailed"
-                                                                : "bad_alloc";
-  EXPECT_EQ(caught, expected);
+  // Before the reason, the host says which creation failed.
+  if (act.stage == Stage::kNone) caught.erase(0, caught.rfind(' ') + 1);
+  const bool hasFailed =
+      isHostCall ? n < static_cast<long>(calls.size()) : FailingMemory::HasFailed();
+  EXPECT_EQ(caught, !hasFailed ? "" : isHostCall ? "injected" : "std::bad_alloc");
   return hasFailed;
 }
 
@@ -59,10 +62,8 @@ void ExpectWhole(const Entries& entries, const Entries& before, const Entries& a
   if (entries == before || entries == after) return;
   Entries mixed = before;
   for (std::size_t done = 0; isPiecewise && done < after.size(); ++done) {
-    if (done < mixed.size())
-      mixed[done] = after[done];
-    else
-      mixed.push_back(after[done]);
+    mixed.resize(std::max(mixed.size(), done + 1));
+    mixed[done] = after[done];
     if (entries == mixed) return;
   }
   ADD_FAILURE() << "the list is half changed: " << testing::PrintToString(entries);
@@ -80,14 +81,14 @@ void ExpectRecovery(World& world, const Act& act, const Entries& after) {
   if (act.stage == Stage::kRunning) {
     ExpectTimerArmed(world);
     ExpectUsable(world);
-    if (!act.adds) {
+    if (!act.Adds()) {
       act.run(world);
       EXPECT_EQ(world.GetEntries(), after) << "after another try";
     }
   }
-  EXPECT_EQ(world.GetHost().Destroy(), "") << "left registered";
+  EXPECT_EQ(world.Stop(), "") << "left registered";
   world.GetHost().SetProgrammingManager(true);
-  world.Start(Stage::kNone, Stage::kRunning);
+  world.Start(Stage::kRunning);
   EXPECT_EQ(world.GetEntries().size(), 5U) << "after a new start";
   ExpectUsable(world);
 }
@@ -128,25 +129,61 @@ TEST(Failure, OfAllAllocationsFromEachOnLeavesTheAgentWhole) {
   TryEveryFailure(Failure::kAllAllocations);
 }
 
+TEST(Failure, OfTheCreationIsFollowedByItsWithdrawal) {
+  const host::PluginLibrary plugin(PLUGIN_PATH);
+  const Calls created = {"", "interface-registered " + kIdentity, "listening 11"};
+  Calls calls;
+  World world(plugin, Stage::kNone);
+  for (std::size_t failing = 0; failing < created.size(); ++failing) {
+    Calls expected(created.begin(), created.begin() + static_cast<long>(failing) + 1);
+    if (failing == 2) expected.push_back("interface-withdrawn " + kIdentity);
+    FailHostCall(world, static_cast<long>(failing), calls);
+    EXPECT_THROW(world.Start(Stage::kCreated), host::PluginError);
+    EXPECT_EQ(calls, expected);
+    EXPECT_FALSE(world.GetHost().HasAgent());
+  }
+  // The host can go on, and the next agent is like any.
+  FailHostCall(world, kNever, calls);
+  world.Start(Stage::kCreated);
+  EXPECT_EQ(calls, created);
+  EXPECT_EQ(world.GetEntries(), Entries());
+}
+
+TEST(Failure, OfAStepOfTheDestructionIsFollowedByTheOthers) {
+  const host::PluginLibrary plugin(PLUGIN_PATH);
+  for (const bool isRunning : {false, true}) {
+    Calls expected = {"listening-ended 11", "interface-withdrawn " + kIdentity,
+                      "binding-removed 100"};
+    if (isRunning) expected.emplace_back("timer-killed");
+    for (long failing = kNever; failing < static_cast<long>(expected.size()); ++failing) {
+      Calls calls;
+      World world(plugin, isRunning ? Stage::kRunning : Stage::kCreated);
+      FailHostCall(world, failing, calls);
+      world.Stop();
+      EXPECT_EQ(calls, expected);
+    }
+  }
+}
+
 TEST(Failure, OfTheArmingLeavesNoTimerToKill) {
   const host::PluginLibrary plugin(PLUGIN_PATH);
+  Calls calls;
   World world(plugin, Stage::kRunning);
-  world.onHostCall = [&] {
-    if (world.WasLastCallToArm()) throw HostCallFailed();
+  world.onHostCall = [](const host::HostCall& call) {
+    if (std::holds_alternative<host::TimerArmed>(call)) throw std::runtime_error("injected");
   };
-  EXPECT_THROW(world.Sweep(), HostCallFailed);
-  long withdrawals = 0;
-  world.onHostCall = [&] { ++withdrawals; };
-  EXPECT_EQ(world.GetHost().Destroy(), "");
-  EXPECT_EQ(withdrawals, 3) << "listener, identity, binding";
+  EXPECT_THROW(world.Sweep(), std::runtime_error);
+  FailHostCall(world, kNever, calls);
+  EXPECT_EQ(world.Stop(), "");
+  EXPECT_EQ(calls.size(), 3U) << "listener, identity, binding";
 }
 
 TEST(Failure, OfMemoryDoesNotReachTheDestruction) {
   const host::PluginLibrary plugin(PLUGIN_PATH);
   World world(plugin, Stage::kRunning);
   const FailingMemory memory(0, true);
-  EXPECT_EQ(world.GetHost().Destroy(), "");
-  EXPECT_FALSE(memory.HasFailed());
+  EXPECT_EQ(world.Stop(), "");
+  EXPECT_FALSE(FailingMemory::HasFailed());
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "host/Clock.h"
-#include "host/CmdMessage.h"
 #include "host/Host.h"
 #include "host/HostCall.h"
 #include "host/PluginLibrary.h"
@@ -18,36 +17,44 @@ using Entries = std::vector<std::string>;  // the persisted list, an element eac
 /// How far an agent's life has come.
 enum class Stage { kNone, kCreated, kInitialized, kRunning };
 
-/// A host with an agent that has five services: two with requests whose time has run out, one
-/// without a request, two shortcuts. Every log record is wanted, and a forwarder is there.
+/// Five services: two with requests whose time has run out, one without a request, two shortcuts.
+extern const char* const kFiveServices;
+
+/// A host with an agent. Every log record is wanted, and a forwarder is there.
 class World : private host::IHostListener {
  public:
   /// `plugin` must outlive the world. Its wall clock stands still.
   World(const host::PluginLibrary& plugin, Stage stage);
   ~World() override = default;
 
-  /// Takes the agent from one stage to another.
-  void Start(Stage from, Stage to);
+  /// Takes the agent on to a stage; its list is `state`'s if it is initialized on the way.
+  void Start(Stage to, const char* state = kFiveServices);
+  /// Ends the agent's life; returns what it has left registered.
+  std::string Stop();
   /// Has the timer expire.
   void Sweep();
-  void Command(const char* name, const host::CmdMessage::Params& params);
+  /// Hands over a command, or a request if "ui" stands before it, written as a scenario's step.
+  /// Returns the answer.
+  std::string Run(const std::string& step);
 
   /// The list as the agent would persist it; empty without an agent.
   Entries GetEntries();
   /// The guest services that a device knows of, which heard of all before the start.
   const std::set<unsigned int>& GetKnownToDevices() const { return knownToDevices_; }
-  const std::vector<unsigned int>& GetFiredEvents() const { return firedEvents_; }
+  /// The events that were fired since the last call.
+  std::vector<unsigned int> TakeFiredEvents() { return std::exchange(firedEvents_, {}); }
   bool WasLastCallToArm() const { return wasLastCallToArm_; }
   host::Host& GetHost() { return host_; }
 
   /// Called from inside each call that the agent makes of the host, before it is carried out, but
   /// not from inside those that follow from what it does itself.
-  std::function<void()> onHostCall;
+  std::function<void(const host::HostCall& call)> onHostCall;
 
  private:
   void OnHostCall(const host::HostCall& call) override;
 
   const host::PluginLibrary& plugin_;
+  Stage stage_ = Stage::kNone;
   host::ManualClock clock_;
   std::set<unsigned int> knownToDevices_ = {1, 2, 4};
   std::vector<unsigned int> firedEvents_;
@@ -61,8 +68,10 @@ struct Act {
   std::string name;
   std::function<void(World& world)> run;
   Stage stage = Stage::kRunning;  // the agent's before it
-  bool adds = false;              // makes a new entry; doing it twice makes two
   bool isPiecewise = false;       // changes the list entry by entry, from the first to the last
+
+  /// Whether it makes a new entry of a running agent's list; doing it twice makes two.
+  bool Adds() const { return name.rfind("ADD_SERVICE", 0) == 0; }
 };
 
 /// Every command, query, event and step of an agent's life but its end.

@@ -1,11 +1,11 @@
-// Elements as they are built and read. What is handed out is judged by another parser.
+// Elements as they are built, read and parsed. What is handed out is judged by another parser.
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
-#include <vector>
 
 #include "platform/XmlNode.h"
 
@@ -13,8 +13,6 @@ namespace {
 
 using qx::CreateXmlNode;
 using qx::XmlNode;
-
-constexpr int kLeast = -2147483647 - 1;
 
 bool IsWellFormed(const std::string& xml) {
   constexpr int kOptions = XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET;
@@ -29,6 +27,21 @@ boost::shared_ptr<XmlNode> Parse(const std::string& text) {
   return document ? document->GetRoot() : nullptr;
 }
 
+constexpr const char* kNothing = "(does not parse)";
+
+std::string Parsed(const std::string& text) {
+  const auto root = Parse(text);
+  return root ? root->OuterXml() : kNothing;
+}
+
+std::string Nested(int levels, const std::string& middle = "") {
+  std::string text;
+  for (int i = 0; i < levels; ++i) text += "<a>";
+  text += middle;
+  for (int i = 0; i < levels; ++i) text += "</a>";
+  return text;
+}
+
 TEST(XmlNode, IsWrittenAsItWasBuilt) {
   auto a = CreateXmlNode();
   const auto child = CreateXmlNode("c", "");
@@ -39,13 +52,14 @@ TEST(XmlNode, IsWrittenAsItWasBuilt) {
   } steps[] = {
       {[&] { a->SetAttribute("z", "1"); }, ""},  // without a name it is nothing
       {[&] { a->Initialize("a", ""); }, R"(<a z="1"/>)"},
-      {[&] { a->SetAttributeNumber("b", kLeast); }, R"(<a z="1" b="-2147483648"/>)"},
+      {[&] { a->SetAttributeNumber("b", -2147483647 - 1); }, R"(<a z="1" b="-2147483648"/>)"},
       {[&] { a->SetAttribute("z", "3"); }, R"(<a z="3" b="-2147483648"/>)"},
       {[&] { a->AddChild("d", "1"); }, R"(<a z="3" b="-2147483648"><d>1</d></a>)"},
       {[&] { a->Initialize("a", "t"); }, R"(<a z="3" b="-2147483648">t<d>1</d></a>)"},
       {[&] { a->AddChild(CreateXmlNode()); }, R"(<a z="3" b="-2147483648">t<d>1</d></a>)"},
       {[&] { a = CreateXmlNode("A", "&<>\"'\t\n\r"); },
        "<A>&amp;&lt;&gt;&quot;'&#9;&#10;&#13;</A>"},
+      {[&] { a = CreateXmlNode("A", "\xE2\x82<"); }, "<A>\uFFFD&lt;</A>"},
       {[&] { a = CreateXmlNode("A", ""); }, "<A/>"},
       {[&] { a->SetAttribute("x", "&<>\"'\t\n\r"); },
        "<A x=\"&amp;&lt;&gt;&quot;'&#9;&#10;&#13;\"/>"},
@@ -70,36 +84,34 @@ TEST(XmlNode, ReadsWhatIsThereAndNothingElse) {
     auto a = CreateXmlNode("a", "text");
     a->SetAttribute("n", "-12x");
     a->SetAttribute("empty", "");
-    a->AddChild("b", "first");
-    a->AddChild("c", "");
-    a->AddChild("b", "second");
+    for (const auto& [name, text] : {std::pair("b", "first"), {"c", ""}, {"b", "second"}}) {
+      a->AddChild(name, text);
+    }
     if (isParsed) a = Parse(a->OuterXml());
     EXPECT_EQ(a->GetName(), "a");
     EXPECT_TRUE(a->IsName("a"));
     EXPECT_FALSE(a->IsName("A"));
-    EXPECT_EQ(a->GetAttribute("n"), "-12x");
-    EXPECT_EQ(a->GetAttributeNumber("n"), -12);
-    EXPECT_EQ(a->GetAttributeNumber("empty"), 0);
-    EXPECT_TRUE(a->HasAttribute("empty"));
-    EXPECT_FALSE(a->HasAttribute("N"));
-    EXPECT_EQ(a->GetAttribute("N"), "");
-    EXPECT_EQ(a->GetAttributeNumber("N"), 0);
+    for (const auto& [name, text, number, isThere] :
+         {std::tuple("n", "-12x", -12, true), {"empty", "", 0, true}, {"N", "", 0, false}}) {
+      EXPECT_EQ(a->GetAttribute(name), text) << name;
+      EXPECT_EQ(a->GetAttributeNumber(name), number) << name;
+      EXPECT_EQ(a->HasAttribute(name), isThere) << name;
+    }
     EXPECT_EQ(a->GetChild("b")->OuterXml(), "<b>first</b>");
     EXPECT_EQ(a->GetChild("d"), nullptr);
-
     auto* const children = a->GetIterator();
-    EXPECT_EQ(children->GetFirst()->OuterXml(), "<b>first</b>");
-    EXPECT_EQ(children->GetNext()->OuterXml(), "<c/>");
-    EXPECT_EQ(children->GetFirst()->OuterXml(), "<b>first</b>");
-    children->GetNext();
+    for (int times = 0; times < 2; ++times) {
+      EXPECT_EQ(children->GetFirst()->OuterXml(), "<b>first</b>");
+      EXPECT_EQ(children->GetNext()->OuterXml(), "<c/>");
+    }
     EXPECT_EQ(children->GetNext()->OuterXml(), "<b>second</b>");
     EXPECT_EQ(children->GetNext(), nullptr);
     EXPECT_EQ(children->GetNext(), nullptr);
   }
-  EXPECT_EQ(CreateXmlNode()->GetName(), "");
-  EXPECT_EQ(CreateXmlNode()->GetIterator()->GetFirst(), nullptr);
   const auto nameless = CreateXmlNode();
   nameless->SetAttribute("x", "1");
+  EXPECT_EQ(nameless->GetName(), "");
+  EXPECT_EQ(nameless->GetIterator()->GetFirst(), nullptr);
   EXPECT_EQ(nameless->GetAttribute("x"), "1");
 }
 
@@ -136,38 +148,70 @@ TEST(XmlNode, HandsOutAnyBytesWellFormed) {
     }
   }
   EXPECT_TRUE(IsWellFormed(root->OuterXml()));
+}
+
+TEST(XmlDocument, IsOneElementAndNothingButCommentsAfterIt) {
   const struct {
-    const char* bytes;
-    const char* written;
-  } cases[] = {{"\x7F\xC2\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
-                "\x7F\xC2\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
-               {"\xEF\xBF\xBE\xEF\xBF\xBF\xEF\xBF\xBD", "\uFFFD\uFFFD\uFFFD"},
-               {"\x01\x0B\x1F", "\uFFFD\uFFFD\uFFFD"},
-               {"\xC0\x80", "\uFFFD\uFFFD"},
-               {"\xE2\x82", "\uFFFD"},
-               {"\xE2\x82<", "\uFFFD&lt;"},
-               {"\xF0\x9F\x9B", "\uFFFD"},
-               {"\xF0\x9F\x9Bx", "\uFFFDx"},
-               {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},
-               {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
-               {"\xF5\xFF\xFE", "\uFFFD\uFFFD\uFFFD"}};
-  for (const auto& [bytes, written] : cases) {
-    EXPECT_EQ(CreateXmlNode("a", bytes)->OuterXml(), "<a>" + std::string(written) + "</a>");
+    const char* text;
+    const char* parsed;
+  } cases[] = {{"<a/>", "<a/>"},
+               {"<a></a>", "<a/>"},
+               {" \t\r\n<a/> \t\r\n", "<a/>"},
+               {"<a ></a >", "<a/>"},
+               {"<!-- x --><a/><!-- y --> <!-- z -->", "<a/>"},
+               {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xC3\xA9</a>", "<a>\u00E9</a>"},
+               {"<!DOCTYPE a><a/>", "<a/>"},
+               {"<!DOCTYPE a [<!ENTITY e 'x'>]><a/>", "<a/>"},
+               {"<?pi?><a/>", "<a/>"},
+               {"\xEF\xBB\xBF<a/>", "<a/>"},
+               {"<a x='1' y=\"'\">t</a>", "<a x=\"1\" y=\"'\">t</a>"},
+               {"<a x='&lt;&#65;&#x42;&quot;'/>", "<a x=\"&lt;AB&quot;\"/>"},
+               {"<a><![CDATA[<b>&]]></a>", "<a>&lt;b&gt;&amp;</a>"},
+               {"<a>x<b/>y<?pi?><!-- c -->z</a>", "<a>x<b/>yz</a>"},
+               {"<a>\r\n x\r\n</a>", "<a>&#10; x&#10;</a>"},
+               {"<a> <b/> </a>", "<a><b/></a>"}};
+  for (const auto& [text, parsed] : cases) EXPECT_EQ(Parsed(text), parsed) << text;
+  const char* const bad[] = {
+      // No root, or more than one.
+      "", "  ", "text", "<!-- x -->", "<?xml version='1.0'?>", "<a/><b/>", "<a/><!-- x --><b/>",
+      // Something after it.
+      "<a/>x", "<a/> &#32; x", "<a/><?pi?>", "<a/><?xml version='1.0'?>", "<a/><!DOCTYPE a>",
+      "<a/><![CDATA[]]>", "<a/><![CDATA[x]]>", "<a/></a>", "<a/><",
+      // Not well-formed.
+      "<a", "<a>", "<a></b>", "<a><b></a></b>", "<a x/>", "<a x=1/>", "<a x='1/>", "<a><!-- </a>",
+      "<a><![CDATA[</a>"};
+  for (const char* const text : bad) EXPECT_EQ(Parsed(text), kNothing) << text;
+}
+
+TEST(XmlDocument, NeedsAllOfIt) {
+  const std::string text =
+      "<?xml version='1.0'?><!-- x --><!DOCTYPE a><a b='c&amp;' d=\"e\">f<g/><![CDATA[h]]></a>";
+  EXPECT_EQ(Parsed(text), "<a b=\"c&amp;\" d=\"e\">f<g/>h</a>");
+  for (std::size_t length = 0; length < text.size(); ++length) {
+    EXPECT_EQ(Parsed(text.substr(0, length)), kNothing) << text.substr(0, length);
+  }
+  // No end in the middle: a NUL is no character of XML.
+  for (std::size_t at = 0; at <= text.size(); ++at) {
+    EXPECT_EQ(Parsed(std::string(text).insert(at, 1, '\0')), kNothing) << at;
   }
 }
 
-TEST(ToInt, ReadsALeadingNumber) {
-  const std::pair<int, std::vector<const char*>> cases[] = {
-      {0, {"", " 7", "\t7", "x7", "-", "+", "--7", "+-7", "- 7", "-0", "0x10", "4294967296"}},
-      {7, {"7", "+7", "007", "7 days", "7.9", "7-"}},
-      {-7, {"-7", "-007", "4294967289"}},
-      {1, {"18446744073709551617", "340282366920938463463374607431768211457"}},
-      {-1, {"4294967295", "9223372036854775807", "-18446744073709551617"}},
-      {2147483647, {"2147483647", "-2147483649"}},
-      {kLeast, {"2147483648", "-2147483648", "6442450944"}}};
-  for (const auto& [number, texts] : cases) {
-    for (const char* const text : texts) EXPECT_EQ(qx::ToInt(text), number) << text;
+TEST(XmlDocument, IsNotNestedTooDeep) {
+  for (const std::string& text :
+       {Nested(64, "x"), "<r>" + Nested(63, "x") + Nested(63, "y") + "</r>"}) {
+    EXPECT_EQ(Parsed(text), text);
   }
+  EXPECT_EQ(Parsed(Nested(65)), kNothing);
+  EXPECT_EQ(Parsed("<r>" + Nested(63) + Nested(64) + "</r>"), kNothing);
+  // It may be built deeper.
+  auto element = CreateXmlNode("b", "");
+  for (int level = 0; level < 200; ++level) {
+    const auto outer = CreateXmlNode("a", "");
+    outer->AddChild(element);
+    element = outer;
+  }
+  EXPECT_EQ(element->OuterXml(), Nested(200, "<b/>"));
+  EXPECT_EQ(element->GetChild("a")->OuterXml(), Nested(199, "<b/>"));
 }
 
 }  // namespace

@@ -13,16 +13,18 @@ class Fault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-#ifdef FAULT_FAILING_DESTRUCTION
-/// Gives up on the way of its destruction, and leaves the rest of what it registered.
-class Agent : public QxBaseDriver {
+/// Withdraws nothing when its construction fails, and not all in its destruction.
+class Agent : public QxBaseDriver, public ISystemEventCallback {
  public:
   explicit Agent(IInstanceManager& instanceManager)
       : QxBaseDriver(instanceManager, QxDriverType{3}, DriverMultiplicity{0}) {
-    for (const unsigned int id : {7U, 8U}) {
-      AddDynamicBinding(id, BindingType{1}, true, "", "", false, true, nullptr);
-    }
     AddTimer(30, 2, true);
+#ifdef FAULT_LEAVING_CONSTRUCTOR
+    RegisterListener(*this, static_cast<qx::SystemEventData::Code>(11), 0);
+    throw Fault("the agent gives up");
+#endif
+    AddDynamicBinding(7, BindingType{1}, true, "", "", false, true, nullptr);
+    AddDynamicBinding(8, BindingType{1}, true, "", "", false, true, nullptr);
   }
   ~Agent() override {
     try {
@@ -33,32 +35,19 @@ class Agent : public QxBaseDriver {
   }
   Agent(const Agent&) = delete;
   Agent& operator=(const Agent&) = delete;
-};
-#endif
 
-/// Withdraws nothing when its construction fails.
-class LeavingAgent : public QxBaseDriver, public ISystemEventCallback {
- public:
-  explicit LeavingAgent(IInstanceManager& instanceManager)
-      : QxBaseDriver(instanceManager, QxDriverType{3}, DriverMultiplicity{0}) {
-    AddTimer(30, 2, true);
-    RegisterListener(*this, static_cast<qx::SystemEventData::Code>(11), 0);
-    throw Fault("the agent gives up");
-  }
   void OnSystemEvent(const qx::response::IResponse&, const qx::SystemEventData*) override {}
 };
 
 [[maybe_unused]] IDriver* CreateAgent([[maybe_unused]] IInstanceManager& instanceManager) {
-#if defined(FAULT_LEAVING_CONSTRUCTOR)
-  return new LeavingAgent(instanceManager);
-#elif defined(FAULT_THROWING_CONSTRUCTOR)
+#if defined(FAULT_THROWING_CONSTRUCTOR)
   throw Fault("the agent is out of order");
 #elif defined(FAULT_THROWING_A_NUMBER)
   throw 42;
-#elif defined(FAULT_FAILING_DESTRUCTION)
-  return new Agent(instanceManager);
-#else
+#elif defined(FAULT_NO_AGENT)
   return nullptr;
+#else
+  return new Agent(instanceManager);
 #endif
 }
 

@@ -1,14 +1,12 @@
 #include "fuzz/Support.h"
 
 #include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <algorithm>
 #include <boost/lexical_cast.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <stdexcept>
 
 #include "host/Transcript.h"
@@ -20,17 +18,6 @@ namespace fuzz {
 namespace {
 
 constexpr std::int64_t kFirstMoment = 1709283600;
-
-struct FreeDocument {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using Document = std::unique_ptr<xmlDoc, FreeDocument>;
-
-Document ParseStrictly(const std::string& text) {
-  constexpr int kOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-  return Document(
-      xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, "UTF-8", kOptions));
-}
 
 /// Whether an agent carries out `action`: what it throws by design is no finding.
 template <typename Action>
@@ -64,19 +51,29 @@ void Require(bool holds, const std::string& what) {
 }
 
 void RequireWellFormed(const std::string& text) {
-  Require(ParseStrictly(text) != nullptr, "not well-formed: " + text);
+  constexpr int kOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+  xmlDoc* const document =
+      xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, "UTF-8", kOptions);
+  Require(document != nullptr, "not well-formed: " + text);
+  xmlFreeDoc(document);
+}
+
+void RequireSound(const std::string& line) {
+  Require(line.find('\n') == std::string::npos, "not one line: " + line);
+  for (const std::string mark : {"push ", "answer "}) {
+    if (line.rfind(mark, 0) == 0) RequireWellFormed(line.substr(mark.size()));
+  }
 }
 
 std::vector<unsigned int> IdsOf(const std::string& list) {
-  const Document document = ParseStrictly(list);
-  Require(document != nullptr, "not well-formed: " + list);
+  const auto document = qx::CreateXmlDocument(list);
+  Require(document != nullptr, "cannot be read: " + list);
   std::vector<unsigned int> ids;
-  for (const xmlNode* entry = xmlDocGetRootElement(document.get())->children; entry != nullptr;
-       entry = entry->next) {
-    xmlChar* const id = xmlGetNoNsProp(entry, BAD_CAST "id");
-    Require(id != nullptr, "an entry without id: " + list);
-    ids.push_back(static_cast<unsigned int>(qx::ToInt(reinterpret_cast<const char*>(id))));
-    xmlFree(id);
+  const auto root = document->GetRoot();
+  auto* const entries = root->GetIterator();
+  for (auto entry = entries->GetFirst(); entry; entry = entries->GetNext()) {
+    Require(entry->HasAttribute("id"), "an entry without id: " + list);
+    ids.push_back(static_cast<unsigned int>(entry->GetAttributeNumber("id")));
   }
   return ids;
 }
@@ -88,19 +85,20 @@ bool AreUnique(std::vector<unsigned int> ids) {
 
 Agent::Agent() : clock_(kFirstMoment), host_(clock_, *this) { qx::SetLogLevel("DEBUG"); }
 
-bool Agent::Start(const boost::shared_ptr<qx::XmlNode>& state) {
+void Agent::Start(const std::string& state) {
   const std::string left = host_.Destroy();
   Require(left.empty(), "left registered: " + left);
   host_.Create(GetPlugin());
-  const bool isWhole = Succeeds([&] { host_.Initialize(state); });
+  const auto document = qx::CreateXmlDocument(state);
+  Succeeds([&] { host_.Initialize(document ? document->GetRoot() : nullptr); });
   host_.LateInitialize();
-  return isWhole;
 }
 
-bool Agent::StartFromText(const std::string& state) {
-  const auto document = qx::CreateXmlDocument(state);
-  Require(document != nullptr, "a persisted state does not parse: " + state);
-  return Start(document->GetRoot());
+void Agent::Restart() {
+  const std::string before = Persist();
+  Start(before);
+  const std::string after = Persist();
+  Require(before == after, "persisted " + before + ", restored " + after);
 }
 
 bool Agent::Execute(const host::CmdMessage& message) {
@@ -124,13 +122,7 @@ std::string Agent::Persist() {
   return text;
 }
 
-void Agent::OnHostCall(const host::HostCall& call) {
-  if (const auto* const push = std::get_if<host::Push>(&call)) {
-    RequireWellFormed(push->element.OuterXml());
-  }
-  const std::string line = host::FormatLine(call);
-  Require(line.find('\n') == std::string::npos, "not one line: " + line);
-}
+void Agent::OnHostCall(const host::HostCall& call) { RequireSound(host::FormatLine(call)); }
 
 }  // namespace fuzz
 

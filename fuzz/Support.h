@@ -1,6 +1,5 @@
 #pragma once
 
-#include <boost/shared_ptr.hpp>
 #include <string>
 #include <vector>
 
@@ -20,6 +19,9 @@ void Require(bool holds, const std::string& what);
 /// Requires that libxml2's strict parser accepts the text.
 void RequireWellFormed(const std::string& text);
 
+/// Requires that a transcript's line is one, and that the XML in it is well-formed.
+void RequireSound(const std::string& line);
+
 /// The ids of the entries of a "guest_services" text, in their order.
 std::vector<unsigned int> IdsOf(const std::string& list);
 
@@ -32,11 +34,11 @@ class Agent : private host::IHostListener {
  public:
   Agent();
 
-  /// Starts an agent in place of the one that there may be, which must leave nothing registered. An
-  /// entry that cannot be read ends the reading; returns whether all were read.
-  bool Start(const boost::shared_ptr<qx::XmlNode>& state);
-  /// The same with a text that must parse.
-  bool StartFromText(const std::string& state);
+  /// Starts an agent in place of the one that there may be, which must leave nothing registered. A
+  /// state that does not parse is none, and an entry that cannot be read ends the reading.
+  void Start(const std::string& state);
+  /// Starts an agent with the state of the one before, which must come back as it was.
+  void Restart();
 
   /// Hands over a command; returns whether the agent carried it out: it may be unknown, or an order
   /// or a date in it may not be readable.

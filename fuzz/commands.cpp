@@ -13,7 +13,6 @@
 
 #include "fuzz/Support.h"
 #include "platform/IHost.h"
-#include "platform/XmlNode.h"
 
 namespace {
 
@@ -99,7 +98,7 @@ class Run {
       Act();
       Check();
     }
-    Restart();
+    agent_.Restart();
   }
 
  private:
@@ -118,7 +117,7 @@ class Run {
       case 0:
         return void(agent_.Request(Message()));
       case 1:
-        return Restart();
+        return agent_.Restart();
       case 2:
         return StartWith("<guest_services>" + values_.GuestService() + values_.Shortcut() +
                          "</guest_services>");
@@ -140,16 +139,8 @@ class Run {
     }
   }
 
-  void Restart() {
-    const std::string before = agent_.Persist();
-    fuzz::Require(agent_.StartFromText(before), "cannot be read: " + before);
-    const std::string after = agent_.Persist();
-    fuzz::Require(before == after, "persisted " + before + ", restored " + after);
-  }
-
   void StartWith(const std::string& state) {
-    const auto document = qx::CreateXmlDocument(state);
-    agent_.Start(document ? document->GetRoot() : nullptr);
+    agent_.Start(state);
     isUnique_ = fuzz::AreUnique(fuzz::IdsOf(agent_.Persist()));
     Check();
   }

@@ -10,7 +10,7 @@
 #include "host/Replay.h"
 #include "host/Scenario.h"
 #include "platform/XmlNode.h"
-#include "tests/support/Player.h"
+#include "tests/support/Plugin.h"
 #include "tests/support/Program.h"
 #include "tests/support/Zone.h"
 

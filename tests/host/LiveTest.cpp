@@ -12,7 +12,7 @@
 #include "host/PageAccess.h"
 #include "host/Replay.h"
 #include "host/StepHelp.h"
-#include "tests/support/Player.h"
+#include "tests/support/Plugin.h"
 
 namespace {
 

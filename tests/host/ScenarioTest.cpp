@@ -2,7 +2,7 @@
 
 #include "host/Replay.h"
 #include "host/Scenario.h"
-#include "tests/support/Player.h"
+#include "tests/support/Plugin.h"
 
 namespace {
 

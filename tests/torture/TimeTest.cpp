@@ -3,7 +3,9 @@
 
 #include <string>
 
-#include "tests/support/Player.h"
+#include "host/Clock.h"
+#include "host/Session.h"
+#include "tests/support/Plugin.h"
 #include "tests/support/Zone.h"
 
 namespace test {
@@ -74,21 +76,25 @@ TEST(Time, RequestsLapseWhenTheirDelayIsOver) {
                  " s and restarted " + std::to_string(restarted) + " s from " +
                  std::to_string(change));
     const Zone zone(name);
-    Player player;
+    host::ManualClock clock(change + requested);
+    std::string answer;
+    host::Session session(GetPlugin(), clock, [&](const std::string& line) { answer = line; });
     // Goes to a moment at which the timer expires; returns whether the request is open then.
     const auto sweepAt = [&](std::int64_t moment) {
       constexpr std::int64_t kTimerPeriod = 30000;
-      player.GetClock().Advance(kTimerPeriod);
-      player.GetClock().SetWall(moment * 1000);
-      player.GetSession().AdvanceTo(player.GetClock().Monotonic());
-      return player.Play("GET_SERVICE id=1").find("state=\"1\"") != std::string::npos;
+      clock.Advance(kTimerPeriod);
+      clock.SetWall(moment * 1000);
+      session.AdvanceTo(clock.Monotonic());
+      session.RunStep("GET_SERVICE id=1");
+      return answer.find("state=\"1\"") != std::string::npos;
     };
-    player.GetClock().SetWall((change + requested) * 1000);
-    player.Play("ADD_SERVICE delay=" + std::to_string(delay) + "\nSEND_REQUEST_EVENT id=1");
+    session.Start();
+    session.RunStep("ADD_SERVICE delay=" + std::to_string(delay));
+    session.RunStep("SEND_REQUEST_EVENT id=1");
     EXPECT_TRUE(sweepAt(change + requested));
     if (restarted != kNever) {
       EXPECT_TRUE(sweepAt(change + restarted - 1));
-      player.Play("restart");
+      session.RunStep("restart");
     }
     EXPECT_TRUE(lapses == restarted || sweepAt(change + lapses - 1)) << "too early";
     EXPECT_FALSE(sweepAt(change + lapses)) << "too late";

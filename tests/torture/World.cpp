@@ -171,13 +171,10 @@ const std::vector<Act>& GetActs() {
 
 void ExpectUsable(World& world) {
   const Entries before = world.GetEntries();
-  const auto idsBefore = GetIds(world);
   world.Run("ADD_SERVICE name=Probe delay=0");
-  std::string id;
-  for (const unsigned int candidate : GetIds(world)) {
-    if (idsBefore.count(candidate) == 0) id = std::to_string(candidate);
-  }
-  EXPECT_EQ(world.GetEntries().size(), before.size() + 1);
+  const auto ids = GetIds(world);
+  EXPECT_EQ(ids.size(), before.size() + 1);
+  const std::string id = std::to_string(*ids.rbegin());  // the newest is the largest
   world.TakeFiredEvents();
   world.Run("SEND_REQUEST_EVENT id=" + id);
   world.Run("SEND_CANCEL_EVENT id=" + id);

@@ -12,6 +12,9 @@ namespace test {
 namespace {
 
 constexpr std::int64_t kNow = 1709283600;  // 2024-03-01 09:00:00 UTC
+constexpr const char* kAddingWithLongTexts =
+    "ADD_SERVICE name='Airing of the duvet' description='On the balcony, in the sun'"
+    " operarequest=AIRING-REQUEST-CODE";
 constexpr const char* kOtherRoot = "<services><shortcut id='1' shortcut_id='42'/></services>";
 
 void SendItemRemoved(World& world) {
@@ -139,13 +142,10 @@ const std::vector<Act>& GetActs() {
         {"another event", SendOtherEvent},
         {"remove 1 without programming manager", RemoveWithoutProgrammingManager}};
     for (const char* const step :
-         {"ADD_SERVICE name='Airing of the duvet' description='On the balcony, in the sun'"
-          " operarequest=AIRING-REQUEST-CODE",
+         {kAddingWithLongTexts,
           "ADD_SERVICE type=shortcut shortcut_id=7",
-          "EDIT_SERVICE guest_service='<guest_service id=\"1\" name=\"All there is\" "
-          "delay=\"-1\"/>'",
-          "EDIT_SERVICE guest_service='<guest_service id=\"2\" name=\"All there is\" "
-          "delay=\"-1\"/>'",
+          R"(EDIT_SERVICE guest_service='<guest_service id="1" name="All there is" delay="-1"/>')",
+          R"(EDIT_SERVICE guest_service='<guest_service id="2" name="All there is" delay="-1"/>')",
           "EDIT_SERVICE guest_service='<guest_service id=\"77\"/>'",
           "EDIT_SERVICE type=shortcut shortcut='<shortcut id=\"5\" shortcut_id=\"44\"/>'",
           "REMOVE_SERVICE id=2",

@@ -1,102 +1,65 @@
 """The live host as a process, and clients of its page's WebSocket."""
 
-import base64
-import os
 import re
 import signal
-import socket
-import struct
 import subprocess
 import threading
 import xml.etree.ElementTree as xml
 
+import websocket
+
+# What receiving and sending raise when the connection has ended.
+ENDED = (websocket.WebSocketConnectionClosedException, ConnectionError)
+
 
 class Host:
-    """A running host. `before` is what runs it: a tracer, for example."""
+    """A running host. `start_lines` is what it printed until its page could be opened."""
 
-    def __init__(self, program, state=None, listen="127.0.0.1:0", before=(), options=(), **streams):
-        listening = listen != "none"
+    def __init__(self, program, state=None, options=()):
+        kept = ["--state", state] if state else []
         self.process = subprocess.Popen(
-            [*before, program, "run", "--listen", listen, *(["--state", state] if state else []),
-             *options],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8", **streams)
-        self.start_lines = []
-        self.port = None
-        while listening and self.port is None:
+            [program, "run", "--listen", "127.0.0.1:0", *kept, *options],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8")
+        self.start_lines, self.rest = [], []
+        page = None
+        while not page:
             line = self.process.stdout.readline()
             if not line:
                 raise RuntimeError("the host ended: " + "".join(self.start_lines))
             self.start_lines.append(line)
             page = re.match(r"! page http://.*:(\d+)/", line)
-            if page:
-                self.port = int(page.group(1))
-        self.rest = ""
-        self.reader = threading.Thread(target=self.read, daemon=True)
+        self.port = int(page.group(1))
+        # Nobody reads the pipe otherwise, and the host would wait.
+        self.reader = threading.Thread(target=lambda: self.rest.extend(self.process.stdout))
         self.reader.start()
 
-    def read(self):
-        with self.process.stdout as output:
-            for line in output:
-                self.rest += line
-
     def end(self, how=signal.SIGTERM):
+        """Ends it. Returns its exit status, and what it printed since its page could be opened."""
         self.process.send_signal(how)
-        status = self.process.wait()
-        self.process.stdin.close()
         self.reader.join()
-        return status, self.rest
+        with self.process:
+            return self.process.wait(), "".join(self.rest)
 
 
-class Client:
-    """A WebSocket. `status` is 101 when the host let the client in, else `reason` says why not.
+class Client(websocket.WebSocket):
+    """A page's connection. Where the host refuses it, WebSocketBadStatusException is raised.
 
     The host may tell the time before any line; `time` is what it told last.
     """
 
-    def __init__(self, port, path="/ws", **headers):
-        self.socket = socket.create_connection(("127.0.0.1", port), timeout=20)
-        self.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        fields = {
-            "Host": f"127.0.0.1:{port}", "Upgrade": "websocket", "Connection": "Upgrade",
-            "Sec-WebSocket-Key": base64.b64encode(os.urandom(16)).decode(),
-            "Sec-WebSocket-Version": "13", **headers}
-        lines = [f"GET {path} HTTP/1.1", *(f"{name}: {value}" for name, value in fields.items())]
-        self.socket.sendall("\r\n".join([*lines, "", ""]).encode())
-        self.input = self.socket.makefile("rb")
-        answer = self.input.readline()
-        if not answer:
-            raise EOFError
-        self.status = int(answer.split()[1])
-        while self.input.readline().strip():
-            pass
-        self.reason = self.input.read().decode() if self.status != 101 else ""
-
-    def send(self, line, opcode=1):
-        data = line if isinstance(line, bytes) else line.encode()
-        size = len(data)
-        head = bytes([0x80 | opcode])
-        head += bytes([0x80 | size]) if size < 126 else (
-            b"\xfe" + struct.pack(">H", size) if size < 65536 else b"\xff" + struct.pack(">Q", size))
-        self.socket.sendall(head + bytes(4) + data)  # the mask may be any
+    def __init__(self, port, **options):
+        super().__init__(skip_utf8_validation=True)  # it is slow, and decoding validates too
+        self.connect(f"ws://127.0.0.1:{port}/ws", timeout=20, http_no_proxy=["127.0.0.1"], **options)
 
     def receive(self):
-        """The next line but for the time. Raises EOFError when the connection ends."""
+        """The next line but for the time. Raises one of ENDED when the connection ends."""
         while True:
-            head = self.input.read(2)
-            if len(head) < 2:
-                raise EOFError
-            size = head[1] & 127
-            if size > 125:
-                size = int.from_bytes(self.input.read(2 if size == 126 else 8), "big")
-            data = self.input.read(size)
-            if len(data) < size or head[0] & 15 == 8:
-                raise EOFError
-            if head[0] & 15 == 9:
-                self.send(data, opcode=10)
-            elif data.startswith(b"! clock "):
-                self.time = int(data.split()[2])
-            else:
-                return data.decode()
+            line = self.recv()
+            if not line:
+                raise websocket.WebSocketConnectionClosedException
+            if not line.startswith("! clock "):
+                return line
+            self.time = int(line.split()[2])
 
     def wait_for(self, start):
         """Receives until a line begins so, and returns that."""
@@ -109,7 +72,3 @@ class Client:
         self.send(f"ui {request}")
         self.wait_for(f"> ui {request}")
         return xml.fromstring(self.receive().split(" ", 1)[1])
-
-    def close(self):
-        self.input.close()
-        self.socket.close()

@@ -1,13 +1,14 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Tortures the saving of the live host: live_saves.py HOST [KILLS]
 
 Kills the host at each system call of a save in turn, and lets each of them fail in turn, once and
 from then on, with EIO and with ENOSPC: the file must hold the old state or the new one, the new
-one once the change was told, and the latest once a save worked again. Then kills it KILLS times (200) at random moments while clients
-change the list: after the next start, every change that a client heard of must be there.
+one once the change was told, and the latest once a save worked again. Then kills it KILLS times
+(200) at random moments while clients change the list: after the next start, every change that a
+client heard of must be there.
 """
 
-import os
+import pathlib
 import random
 import re
 import signal
@@ -18,7 +19,7 @@ import threading
 import time
 import uuid
 
-from live import Client, Host
+from live import ENDED, Client, Host
 
 OLD = ["older", "old"]
 NEW = [*OLD, "new"]
@@ -26,46 +27,41 @@ LATER = [*NEW, "later"]
 
 
 def names_in(path):
-    with open(path, encoding="utf-8") as file:
-        return re.findall(r' name="(.*?)"', file.read())
+    return re.findall(r' name="(.*?)"', path.read_text(encoding="utf-8"))
 
 
 class SaveTorture:
     def __init__(self, program, folder):
         self.program = program
-        self.state = os.path.join(folder, "state.xml")
+        self.folder, self.state = folder, folder / "state.xml"
+        self.backup = folder / "state.xml.backup"
 
     def run(self, steps, inject=None):
         """Carries out steps under a tracer. Returns the calls traced, in order, and the output."""
-        paths = [os.path.dirname(self.state)] + [
-            self.state + end for end in ("", ".new", ".backup", ".backup.new")]
-        trace = self.state + ".trace"
-        tracer = ["strace", "-f", "-qq", "-o", trace]
-        for path in paths:
-            tracer += ["-P", path]
-        if inject:
-            tracer += ["-e", "inject=" + inject]
-        command = [*tracer, self.program, "run", "--listen", "none", "--state", self.state]
-        output = subprocess.run(command, input="".join(step + "\n" for step in steps), text=True,
-                                stdout=subprocess.PIPE, check=False).stdout
-        with open(trace, encoding="utf-8") as file:
-            calls = [call for call in re.findall(r"^\d+ +(\w+)\((.*)", file.read(), re.M)]
-        return calls, output
+        trace = self.folder / "trace"
+        saved = [f"{path}{end}" for path in (self.state, self.backup) for end in ("", ".new")]
+        tracer = ["strace", "-f", "-qq", "-o", trace, *([f"--inject={inject}"] if inject else []),
+                  *(f"--trace-path={path}" for path in (self.folder, *saved))]
+        output = subprocess.run(
+            [*tracer, self.program, "run", "--listen", "none", "--state", self.state],
+            input="".join(step + "\n" for step in steps), text=True, stdout=subprocess.PIPE,
+            check=False).stdout
+        calls = trace.read_text(encoding="utf-8")
+        return re.findall(r"^\d+ +(\w+)\((.*)", calls, re.M), output
 
     def prepare(self):
-        for name in os.listdir(os.path.dirname(self.state)):
-            os.remove(os.path.join(os.path.dirname(self.state), name))
-        for path, names in ((self.state, OLD), (self.state + ".backup", OLD[:1])):
+        for file in self.folder.iterdir():
+            file.unlink()
+        for path, names in ((self.state, OLD), (self.backup, OLD[:1])):
             entries = [f'<guest_service id="{i}" name="{name}"/>' for i, name in enumerate(names, 1)]
-            with open(path, "w", encoding="utf-8") as file:
-                file.write(f"<guest_services>{''.join(entries)}</guest_services>")
+            path.write_text(f"<guest_services>{''.join(entries)}</guest_services>")
 
     def torture(self, steps, fault, allowed):
         self.prepare()
         _, output = self.run(steps, fault)
         held = names_in(self.state)
         assert held in allowed, (fault, held)
-        assert names_in(self.state + ".backup") in (OLD[:1], OLD, NEW), fault
+        assert names_in(self.backup) in (OLD[:1], OLD, NEW), fault
         was_told, has_failed = "push <service_added>" in output, 'state="failed' in output
         assert held != OLD or not was_told or has_failed, (fault, output)
         _, output = self.run(["persist"])
@@ -107,9 +103,8 @@ class Load(threading.Thread):
                 if len(self.present) < 4:
                     self.unsure = name = uuid.uuid4().hex
                     client.send(f"ADD_SERVICE name={name}")
+                    client.wait_for(f"> ADD_SERVICE name={name}")
                     push = client.wait_for("push <service_added>")
-                    while name not in push:
-                        push = client.wait_for("push <service_added>")
                     self.present[name] = re.search(r' id="(\d+)"', push).group(1)
                 else:
                     self.unsure = name = next(iter(self.present))
@@ -118,12 +113,11 @@ class Load(threading.Thread):
                     client.wait_for(f"push <service_removed><id>{number}</id>")
                     self.absent.add(name)
                 self.unsure = None
-        except (EOFError, OSError, ValueError):
+        except ENDED:
             pass
 
 
-def kill_at_random(program, folder, kills, seed):
-    state = os.path.join(folder, "state.xml")
+def kill_at_random(program, state, kills, seed):
     loads, heard = [], 0
     for kill in range(kills + 1):
         host = Host(program, state)
@@ -138,7 +132,7 @@ def kill_at_random(program, folder, kills, seed):
         loads = [Load(host.port) for _ in range(3)]
         time.sleep(random.random() * 0.3)
         host.end(signal.SIGKILL)
-        asker.close()
+        asker.shutdown()
         for load in loads:
             load.join()
     print(f"{kills} kills at random moments: {heard} changes heard of were all there (seed {seed})")
@@ -149,9 +143,9 @@ def main():
     seed = random.randrange(1 << 32)
     random.seed(seed)
     with tempfile.TemporaryDirectory() as folder:
-        SaveTorture(program, folder).run_all()
+        SaveTorture(program, pathlib.Path(folder)).run_all()
     with tempfile.TemporaryDirectory() as folder:
-        kill_at_random(program, folder, kills, seed)
+        kill_at_random(program, pathlib.Path(folder, "state.xml"), kills, seed)
 
 
 main()

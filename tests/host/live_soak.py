@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Keeps the live host busy: live_soak.py HOST [SECONDS [CLIENTS]]
 
 CLIENTS (20) add, request, cancel, reorder and remove services for SECONDS (600), and drop their
@@ -16,11 +16,16 @@ import sys
 import tempfile
 import threading
 import time
+import xml.etree.ElementTree as xml
 
 from live import Client, Host
 
 MOST_SERVICES = 40
 MOST_MEMORY = 20 << 10  # KiB
+
+
+def ask_for_states(client):
+    return [(entry.get("id"), entry.get("state")) for entry in client.ask("GET_ALL_SERVICES")]
 
 
 class Page(threading.Thread):
@@ -35,51 +40,40 @@ class Page(threading.Thread):
         self.client = Client(self.port)
         self.connections += 1
         self.client.wait_for("! replay-end")
-        self.client.send("ui GET_ALL_SERVICES")
-        self.services = None
-        self.receive_until("answer ")
+        self.services = dict(ask_for_states(self.client))
+
+    def receive(self):
+        line = self.client.receive()
+        if line.startswith("push "):
+            self.follow(xml.fromstring(line[len("push "):]))
+        return line
 
     def receive_until(self, start):
-        while True:
-            line = self.client.receive()
-            self.take(line)
-            if line.startswith(start):
-                return
+        while not self.receive().startswith(start):
+            pass
 
-    def take(self, line):
-        """Follows what the host says happened to the list: (id, state) in order."""
-        if line.startswith("answer ") and self.services is None:
-            self.services = re.findall(r'<guest_service id="(\d+)".*? state="(\d)"', line)
-            return
-        push = re.match(r"push <(\w+)>(.*)</\1>", line)
-        if not push or self.services is None:  # the answer will hold it
-            return
-        name, content = push.groups()
-        number = re.search(r'<id>(\d+)| id="(\d+)"|$', content)
-        number = number.group(1) or number.group(2)
-        if name == "service_added":
-            self.services.append((number, "0"))
-        elif name == "service_removed":
-            self.services = [service for service in self.services if service[0] != number]
-        elif name == "services_reordered":
-            states = dict(self.services)
-            order = re.search(r"<order>(.*)</order>", content).group(1).split(",")
-            self.services = [(number, states[number]) for number in order]
-        elif name.startswith("service_state_"):
-            state = "1" if name.endswith("_requested") and "_not_" not in name else "0"
-            self.services = [(each, state if each == number else old)
-                             for each, old in self.services]
+    def follow(self, push):
+        """Does to its list what the host says happened to the host's."""
+        number = push.findtext("id")
+        if push.tag == "service_added":
+            self.services[push[0].get("id")] = "0"
+        elif push.tag == "service_removed":
+            del self.services[number]
+        elif push.tag == "services_reordered":
+            order = push.findtext("order").split(",")
+            self.services = {number: self.services[number] for number in order}
+        elif push.tag.startswith("service_state_"):
+            self.services[number] = "1" if push.tag == "service_state_requested" else "0"
 
     def choose(self):
         if len(self.services) < 5 or (len(self.services) < MOST_SERVICES and random.random() < .2):
             return "ADD_SERVICE name=Towels delay=0"
-        number, state = random.choice(self.services)
+        number, state = random.choice(list(self.services.items()))
         kind = random.randrange(8)
         if kind == 0 and len(self.services) > 10:
             return f"REMOVE_SERVICE id={number}"
         if kind == 1:
-            order = [number for number, _ in self.services]
-            random.shuffle(order)
+            order = random.sample(list(self.services), len(self.services))
             return f"REORDER_SERVICES order={','.join(order)}"
         return f"SEND_{'CANCEL' if state == '1' else 'REQUEST'}_EVENT id={number}"
 
@@ -89,11 +83,9 @@ class Page(threading.Thread):
         self.client.send("ui GET_SERVICE_TYPES")
         self.receive_until("> " + step)
         # What others did first may have left it nothing to do: then another step comes next.
-        line = self.client.receive()
+        line = self.receive()
         while re.match(r"bound|log|fire", line):
-            self.take(line)
-            line = self.client.receive()
-        self.take(line)
+            line = self.receive()
         if line.startswith("push"):
             self.times.append(time.perf_counter() - begin)
         if not line.startswith("answer <service_types>"):
@@ -106,7 +98,7 @@ class Page(threading.Thread):
             while time.monotonic() < self.end:
                 self.command(self.choose())
                 if random.random() < 0.005:
-                    self.client.close()
+                    self.client.shutdown()
                     self.connect()
         except Exception as failure:  # for the main thread
             self.failure = failure
@@ -139,13 +131,13 @@ def soak(host, seconds, count):
         if page.failure:
             raise page.failure
     last = Client(host.port)
-    truth = [(entry.get("id"), entry.get("state")) for entry in last.ask("GET_ALL_SERVICES")]
+    truth = ask_for_states(last)
     last.send("ADD_SERVICE name=last")
     for page in pages:
         page.receive_until("> ADD_SERVICE name=last")
-        assert page.services == truth, (page.services, truth)
-        page.client.close()
-    last.close()
+        assert list(page.services.items()) == truth, (page.services, truth)
+        page.client.shutdown()
+    last.shutdown()
     time.sleep(1)
     assert measure(host.process.pid)[1] == at_rest
     middle, end = max(memory[20:40]), max(memory[40:])
@@ -163,8 +155,8 @@ def time_alone(host, name):
     page.join()
     page.command("ADD_SERVICE name=Towels")
     for i in range(500):
-        page.command(f"SEND_{'CANCEL' if i % 2 else 'REQUEST'}_EVENT id={page.services[0][0]}")
-    page.client.close()
+        page.command(f"SEND_{'CANCEL' if i % 2 else 'REQUEST'}_EVENT id={min(page.services)}")
+    page.client.shutdown()
     say("command to push, " + name, page.times)
 
 

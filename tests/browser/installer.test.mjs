@@ -1,16 +1,11 @@
 // The installer's journeys.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { GRACE, card, expectSoon, expectText, prepare, shownOrder } from './support.mjs';
+import { GRACE, card, expectSoon, expectText, open, press, shownOrder, startHost } from './support.mjs';
 
 const NEVER = '<request_time YEAR="1970" MONTH="1" DAY="1" HOUR="0" MIN="0" SEC="0"/></guest_service>';
-const { open, startHost } = prepare();
 
 const editor = (page) => page.getByRole('dialog');
-async function press(page, name) {
-  await page.waitForTimeout(GRACE);
-  await page.getByRole('button', { name }).click();
-}
 
 test('entries of both kinds are added, edited and removed with all their fields', async () => {
   const host = await startHost();

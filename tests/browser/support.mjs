@@ -7,6 +7,7 @@ import { tmpdir } from 'node:os';
 import path from 'node:path';
 import readline from 'node:readline';
 import { after, afterEach, before } from 'node:test';
+import { setTimeout } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
 import { chromium } from 'playwright-core';
@@ -16,10 +17,6 @@ const HOST = process.env.GUEST_SERVICES_HOST ?? path.join(ROOT, 'build/release/b
 // From the folder above the host's; the page shows it, and so do the pictures.
 const PLUGIN = 'lib/guest-services/guest-services-agent.so';
 const CHROMIUM = process.env.CHROMIUM ?? '/usr/bin/chromium';
-const CHROMIUM_ARGS = [
-  '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-  '--disable-background-networking', '--disable-component-update', '--disable-sync',
-];
 // A busy machine may take its time.
 const PATIENCE = 30000;
 // The page holds back taps on what has just changed.
@@ -31,6 +28,7 @@ class Host {
   #marks = 0;
 
   constructor(folder) {
+    this.folder = folder;
     this.state = path.join(folder, 'state.xml');
   }
 
@@ -42,19 +40,14 @@ class Host {
       stdio: ['pipe', 'pipe', 'inherit'],
       env: { ...process.env, TZ: 'UTC' },
     });
-    this.output = readline.createInterface({ input: this.process.stdout });
-    this.output.on('line', (line) => this.lines.push(line));
-    this.url = (await this.waitFor(/^! page (.*)/)).match(/http.*/)[0];
+    const from = this.lines.length;
+    readline.createInterface({ input: this.process.stdout }).on('line', (line) => this.lines.push(line));
+    [, this.url] = await this.waitFor(/^! page .*(http.*)/, from);
   }
 
-  /** The first line from `from` on that matches. */
-  async waitFor(pattern, from = 0) {
-    for (const deadline = Date.now() + PATIENCE; Date.now() < deadline && this.process.exitCode === null; ) {
-      const found = this.lines.slice(from).find((line) => pattern.test(line));
-      if (found !== undefined) return found;
-      await new Promise((resolve) => setTimeout(resolve, 10));
-    }
-    assert.fail(`${pattern} is not among:\n${this.lines.slice(from).join('\n')}`);
+  /** The match of the first line from `from` on that matches. */
+  waitFor(pattern, from = 0) {
+    return expectSoon(() => this.lines.slice(from).join('\n'), new RegExp(pattern, 'm'));
   }
 
   /** Carries out steps on the console; the lines that were printed meanwhile. */
@@ -68,8 +61,7 @@ class Host {
 
   /** The list as the agent answers it. */
   async list() {
-    const answer = (await this.run('ui GET_ALL_SERVICES')).find((line) => line.startsWith('answer '));
-    return answer.slice('answer '.length);
+    return (await this.run('ui GET_ALL_SERVICES')).join('\n').match(/^answer (.*)/m)[1];
   }
 
   /** The ids in the agent's order. */
@@ -95,67 +87,63 @@ export async function replay(file) {
   await promisify(execFile)(HOST, ['replay', file]).catch((error) => assert.fail(error.stdout + error.stderr));
 }
 
-/**
- * Prepares a file's tests: a browser for all, and for each a fresh folder. Returns `startHost(...steps)`
- * and `open(host, path, options)`, which gives a page in a browser profile of its own. After each
- * test, its pages must have met no error and no script of a name.
- */
-export function prepare() {
-  const at = {};
-  let cleanUp = [];
-  before(async () => (at.browser = await chromium.launch({ executablePath: CHROMIUM, args: CHROMIUM_ARGS })));
-  after(() => at.browser.close());
-  afterEach(async () => {
-    for (const action of cleanUp.reverse()) await action();
-    cleanUp = [];
+// A browser for all tests of a file; after each test, what it has opened and started is gone.
+let browser;
+const cleanUp = [];
+before(async () => (browser = await chromium.launch({ executablePath: CHROMIUM })));
+after(() => browser.close());
+afterEach(async () => {
+  while (cleanUp.length > 0) await cleanUp.pop()();
+});
+
+/** A live host in a fresh folder, at which these steps have been carried out. */
+export async function startHost(...steps) {
+  const folder = await mkdtemp(path.join(tmpdir(), 'guest-services-'));
+  const host = new Host(folder);
+  cleanUp.push(() => rm(folder, { recursive: true }), () => host.kill());
+  await host.start();
+  await host.run(...steps);
+  return host;
+}
+
+/** A page in a browser profile of its own. In the end it must have met no error and no script of a name. */
+export async function open(host, place = '/', options = {}) {
+  const context = await browser.newContext({ viewport: { width: 1000, height: 800 }, ...options });
+  const page = await context.newPage();
+  const problems = [];
+  page.setDefaultTimeout(PATIENCE);
+  page.on('pageerror', (error) => problems.push(error.stack));
+  page.on('dialog', (dialog) => problems.push(`dialog: ${dialog.message()}`));
+  page.on('console', (message) => {
+    const isOutage = /WebSocket connection to .* failed/.test(message.text());
+    if (message.type() === 'error' && !isOutage) problems.push(message.text());
   });
-
-  at.startHost = async (...steps) => {
-    at.folder = await mkdtemp(path.join(tmpdir(), 'guest-services-'));
-    const { folder } = at;
-    const host = new Host(folder);
-    cleanUp.push(() => rm(folder, { recursive: true }), () => host.kill());
-    await host.start();
-    if (steps.length > 0) await host.run(...steps);
-    return host;
-  };
-
-  at.open = async (host, place = '/', options = {}) => {
-    const context = await at.browser.newContext({ viewport: { width: 1000, height: 800 }, ...options });
-    const page = await context.newPage();
-    const problems = [];
-    page.setDefaultTimeout(PATIENCE);
-    page.on('pageerror', (error) => problems.push(error.stack));
-    page.on('dialog', (dialog) => problems.push(`dialog: ${dialog.message()}`));
-    page.on('console', (message) => {
-      const isOutage = /WebSocket connection to .* failed/.test(message.text());
-      if (message.type() === 'error' && !isOutage) problems.push(message.text());
-    });
-    cleanUp.push(async () => {
-      await context.close();
-      assert.deepEqual(problems, []);
-    });
-    await page.goto(new URL(place, host.url).href);
-    const sign = page.locator(place === '/activity' ? '#health' : '#summary');
-    await expectText(sign, /^(?!One moment|Waiting)./);
-    await page.waitForTimeout(GRACE);
-    return page;
-  };
-  return at;
+  cleanUp.push(async () => {
+    await context.close();
+    assert.deepEqual(problems, []);
+  });
+  await page.goto(new URL(place, host.url).href);
+  await expectText(page.locator(place === '/activity' ? '#health' : '#summary'), /^(?!One moment|Waiting)./);
+  await page.waitForTimeout(GRACE);
+  return page;
 }
 
 /** The card of the service with that id. */
 export const card = (page, id) => page.locator(`#services > li[data-id="${id}"]`);
 
+/** Presses the button, once the page takes what has just changed for seen. */
+export async function press(page, name) {
+  await page.waitForTimeout(GRACE);
+  await page.getByRole('button', { name }).click();
+}
+
 /** Waits until what `read` gives matches. */
 export async function expectSoon(read, pattern) {
-  let text = '';
-  for (const deadline = Date.now() + PATIENCE; Date.now() < deadline; ) {
-    text = String(await read());
-    if (pattern.test(text)) return;
-    await new Promise((resolve) => setTimeout(resolve, 20));
-  }
+  const deadline = Date.now() + PATIENCE;
+  let text = String(await read());
+  for (; !pattern.test(text) && Date.now() < deadline; text = String(await read())) await setTimeout(20);
   assert.match(text, pattern);
+  return text.match(pattern);
 }
 
 /** Waits until the element has a text that matches. */

@@ -1,10 +1,10 @@
 // The looks: axe-core finds nothing in any view and colour scheme, and the pictures for the README.
 import assert from 'node:assert/strict';
-import { mkdir, readFile } from 'node:fs/promises';
+import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import path from 'node:path';
 import { test } from 'node:test';
-import { GRACE, ROOT, card, expectText, prepare } from './support.mjs';
+import { GRACE, ROOT, card, expectText, open, startHost } from './support.mjs';
 
 // Those of the README are only made anew on demand: PICTURES=docs/pictures scripts/test browser
 const IN_README = ['guest-light', 'guest-dark', 'installer-light', 'activity-dark'];
@@ -23,7 +23,6 @@ const PROPERTY = [
   'SEND_REQUEST_EVENT id=4', 'SEND_CANCEL_EVENT id=4', 'SEND_REQUEST_EVENT id=6', 'advance 6m',
   'SEND_REQUEST_EVENT id=3 operarequest=VAL01', 'SEND_REQUEST_EVENT id=5', 'advance 4m',
 ];
-const { open, startHost } = prepare();
 
 const DESKTOP = { width: 1000, height: 700 };
 const PHONE = { width: 390, height: 760 };
@@ -52,7 +51,6 @@ for (const colorScheme of ['light', 'dark']) {
       await act(page, host);
       await page.waitForTimeout(GRACE);
       const picture = `${name}-${colorScheme}`;
-      await mkdir(folderOf(picture), { recursive: true });
       await page.screenshot({ path: path.join(folderOf(picture), `${picture}.png`), animations: 'disabled' });
       await page.evaluate(AXE);
       const { violations, passes } = await page.evaluate(() => window.axe.run());

@@ -8,13 +8,13 @@ descriptors must not have grown. Prints how long a command takes to its push, un
 without it.
 """
 
+import concurrent.futures
 import os
 import random
 import re
 import statistics
 import sys
 import tempfile
-import threading
 import time
 import xml.etree.ElementTree as xml
 
@@ -28,13 +28,11 @@ def ask_for_states(client):
     return [(entry.get("id"), entry.get("state")) for entry in client.ask("GET_ALL_SERVICES")]
 
 
-class Page(threading.Thread):
-    def __init__(self, port, end):
-        super().__init__()
-        self.port, self.end = port, end
+class Page:
+    def __init__(self, port):
+        self.port = port
         self.times, self.changes, self.connections = [], 0, 0
-        self.failure = None
-        self.start()
+        self.connect()
 
     def connect(self):
         self.client = Client(self.port)
@@ -92,16 +90,12 @@ class Page(threading.Thread):
             self.receive_until("answer <service_types>")
         self.changes += 1
 
-    def run(self):
-        try:
-            self.connect()
-            while time.monotonic() < self.end:
-                self.command(self.choose())
-                if random.random() < 0.005:
-                    self.client.shutdown()
-                    self.connect()
-        except Exception as failure:  # for the main thread
-            self.failure = failure
+    def keep_busy(self, until):
+        while time.monotonic() < until:
+            self.command(self.choose())
+            if random.random() < 0.005:
+                self.client.shutdown()
+                self.connect()
 
 
 def measure(pid):
@@ -117,19 +111,19 @@ def say(name, times):
 
 
 def soak(host, seconds, count):
-    begin = time.monotonic()
     at_rest = measure(host.process.pid)[1]
-    pages = [Page(host.port, begin + seconds) for _ in range(count)]
+    pages = [Page(host.port) for _ in range(count)]
+    until = time.monotonic() + seconds
     memory = []
-    for _ in range(60):
-        time.sleep(seconds / 60)
-        now, descriptors = measure(host.process.pid)
-        memory.append(now)
-        assert descriptors <= at_rest + 2 * count, descriptors
-    for page in pages:
-        page.join()
-        if page.failure:
-            raise page.failure
+    with concurrent.futures.ThreadPoolExecutor(count) as pool:
+        busy = [pool.submit(page.keep_busy, until) for page in pages]
+        for _ in range(60):
+            time.sleep(seconds / 60)
+            now, descriptors = measure(host.process.pid)
+            memory.append(now)
+            assert descriptors <= at_rest + 2 * count, descriptors
+        for each in busy:
+            each.result()
     last = Client(host.port)
     truth = ask_for_states(last)
     last.send("ADD_SERVICE name=last")
@@ -151,8 +145,7 @@ def soak(host, seconds, count):
 
 
 def time_alone(host, name):
-    page = Page(host.port, 0)
-    page.join()
+    page = Page(host.port)
     page.command("ADD_SERVICE name=Towels")
     for i in range(500):
         page.command(f"SEND_{'CANCEL' if i % 2 else 'REQUEST'}_EVENT id={min(page.services)}")

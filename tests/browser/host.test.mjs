@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { writeFile } from 'node:fs/promises';
 import path from 'node:path';
 import { test } from 'node:test';
-import { GRACE, card, expectSoon, expectText, open, press, quote, replay, shownOrder, startHost } from './support.mjs';
+import { GRACE, card, expectSoon, expectText, open, press, replay, shownOrder, startHost } from './support.mjs';
 
 test('after an outage the page shows the truth again, without a reload', async () => {
   const host = await startHost('ADD_SERVICE name=Towels delay=60', 'ADD_SERVICE name=Valet delay=15', 'SEND_REQUEST_EVENT id=1');
@@ -61,7 +61,10 @@ const HOSTILE = [
 ];
 
 test('names and descriptions are text in every view, whatever they hold', async () => {
-  const host = await startHost(...HOSTILE.map((text) => `ADD_SERVICE name=${quote(text)} description=${quote(text)} operarequest=${quote(text)} icon=1 delay=-1`));
+  const host = await startHost(...HOSTILE.map((text) => {
+    const quoted = JSON.stringify(text); // escapes these as a step does
+    return `ADD_SERVICE name=${quoted} description=${quoted} operarequest=${quoted} icon=1 delay=-1`;
+  }));
   const before = await host.list();
   await host.run(...HOSTILE.map((_, i) => `SEND_REQUEST_EVENT id=${i + 1}`));
   for (const view of ['/', '/installer', '/activity']) {

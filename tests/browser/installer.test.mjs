@@ -7,7 +7,7 @@ const NEVER = '<request_time YEAR="1970" MONTH="1" DAY="1" HOUR="0" MIN="0" SEC=
 
 const editor = (page) => page.getByRole('dialog');
 
-test('entries of both kinds are added, edited and removed with all their fields', async () => {
+test('entries of both kinds are added, edited and removed with all their fields, by others meanwhile too', async () => {
   const host = await startHost();
   const page = await open(host, '/installer');
   await expectText(page.locator('#summary'), /no services yet/);
@@ -55,6 +55,17 @@ test('entries of both kinds are added, edited and removed with all their fields'
   await page.getByRole('button', { name: 'Remove', exact: true }).click();
   await card(page, 2).waitFor({ state: 'detached' });
   assert.deepEqual(await host.order(), [1]);
+
+  await host.run('SEND_REQUEST_EVENT id=1');
+  await press(page, /^Edit/);
+  await host.run(`EDIT_SERVICE guest_service='<guest_service id="1" name="Parking" delay="5"/>'`);
+  await expectText(page.locator('#editor-note'), /Somebody else has changed/);
+  await press(page, 'Save');
+  await expectText(card(page, 1), /Valet.*after 7 minutes.*Open since/s);
+  await press(page, /^Edit/);
+  await host.run('REMOVE_SERVICE id=1');
+  await form.waitFor({ state: 'hidden' });
+  await expectText(page.locator('#status'), /removed by somebody else/);
 });
 
 test('delays are said in words, open requests with their time', async () => {
@@ -89,10 +100,13 @@ test('the order is changed by dragging, with a finger too, and with the keyboard
     return { x: x + width / 2, y: y + height / 2 };
   };
 
-  const [first, third] = [await middle(1), await middle(3)];
-  await page.mouse.move(first.x, first.y);
-  await page.mouse.down();
-  await page.mouse.move(third.x, third.y + 20, { steps: 4 });
+  const drag = async (from, to) => {
+    await page.mouse.move(from.x, from.y);
+    await page.mouse.down();
+    await page.mouse.move(to.x, to.y + 20, { steps: 4 });
+  };
+
+  await drag(await middle(1), await middle(3));
   await page.mouse.up();
   await expectOrder([2, 3, 1, 4]);
 
@@ -112,26 +126,10 @@ test('the order is changed by dragging, with a finger too, and with the keyboard
     assert.equal(await page.evaluate(() => document.activeElement.closest('li').dataset.id), '3', key);
   }
 
-  await page.mouse.move((await middle(3)).x, (await middle(3)).y);
-  await page.mouse.down();
-  await page.mouse.move(200, 700, { steps: 3 });
+  await drag(await middle(3), await middle(1));
   await page.keyboard.press('Escape');
   await page.mouse.up();
   await expectOrder([3, 4, 2, 1]);
-});
-
-test('what another does to the entry that is edited is said', async () => {
-  const host = await startHost('ADD_SERVICE name=Valet icon=3 delay=15', 'SEND_REQUEST_EVENT id=1');
-  const page = await open(host, '/installer');
-  await press(page, /^Edit/);
-  await host.run(`EDIT_SERVICE guest_service='<guest_service id="1" name="Parking" delay="5"/>'`);
-  await expectText(page.locator('#editor-note'), /Somebody else has changed/);
-  await press(page, 'Save');
-  await expectText(card(page, 1), /Valet.*after 15 minutes.*Open since/);
-  await press(page, /^Edit/);
-  await host.run('REMOVE_SERVICE id=1');
-  await editor(page).waitFor({ state: 'hidden' });
-  await expectText(page.locator('#status'), /removed by somebody else/);
 });
 
 test('both views can be used with the keyboard alone', async () => {

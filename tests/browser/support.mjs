@@ -1,6 +1,6 @@
 // What the browser tests share: the live host, driven on its console, and pages that look at it.
 import assert from 'node:assert/strict';
-import { execFile, spawn } from 'node:child_process';
+import { execFileSync, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtemp, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
@@ -9,7 +9,6 @@ import readline from 'node:readline';
 import { after, afterEach, before } from 'node:test';
 import { setTimeout } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
-import { promisify } from 'node:util';
 import { chromium } from 'playwright-core';
 
 export const ROOT = fileURLToPath(new URL('../../', import.meta.url));
@@ -77,15 +76,8 @@ class Host {
   }
 }
 
-/** A step's value in quotes. */
-export function quote(text) {
-  return `"${text.replace(/["\\]/g, '\\$&').replace(/\n/g, '\\n').replace(/\t/g, '\\t')}"`;
-}
-
-/** Replays a scenario file; fails with the difference. */
-export async function replay(file) {
-  await promisify(execFile)(HOST, ['replay', file]).catch((error) => assert.fail(error.stdout + error.stderr));
-}
+/** Replays a scenario file; shows the difference, if there is one, and fails. */
+export const replay = (file) => execFileSync(HOST, ['replay', file], { stdio: 'inherit' });
 
 // A browser for all tests of a file; after each test, what it has opened and started is gone.
 let browser;

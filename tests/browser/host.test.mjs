@@ -1,6 +1,8 @@
 // What page and host owe each other: one truth for all, after an outage too, and nothing for strangers.
 import assert from 'node:assert/strict';
+import { once } from 'node:events';
 import { writeFile } from 'node:fs/promises';
+import http from 'node:http';
 import path from 'node:path';
 import { test } from 'node:test';
 import { GRACE, card, expectSoon, expectText, open, press, replay, shownOrder, startHost } from './support.mjs';
@@ -92,7 +94,8 @@ test('names and descriptions are text in every view, whatever they hold', async 
 test('a page of another site is refused', async () => {
   const host = await startHost();
   const page = await open(host);
-  await page.route('http://evil.example/', (route) => route.fulfill({ contentType: 'text/html', body: '' }));
+  const foreign = http.createServer((_, answer) => answer.end('<!doctype html>')).listen(0, '127.0.0.1');
+  await once(foreign, 'listening');
   const isLetIn = (url) => new Promise((resolve) => {
     const socket = new WebSocket(url);
     socket.onopen = () => resolve(true);
@@ -100,8 +103,9 @@ test('a page of another site is refused', async () => {
   });
   const socket = new URL('/ws', host.url.replace('http', 'ws')).href;
   assert.equal(await page.evaluate(isLetIn, socket), true);
-  await page.goto('http://evil.example/');
+  await page.goto(`http://127.0.0.1:${foreign.address().port}/`);
   assert.equal(await page.evaluate(isLetIn, socket), false);
+  foreign.close();
 });
 
 test('the activity can be filtered and paused, tells of trouble, and can be copied as a scenario that replays', async () => {

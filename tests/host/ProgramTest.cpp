@@ -130,8 +130,9 @@ TEST(Program, SaysWhyItsPluginCannotBeLoaded) {
       {"./", "cannot load the plug-in: ", "cannot read file data: Is a directory"},
   };
   for (const auto& [plugin, before, after] : cases) {
-    Expect("run --listen none --plugin " + plugin, 1,
-           "error: " + before + plugin + ": " + after + '\n');
+    std::string output = "error: " + before;
+    ((output += plugin) += ": ") += after;
+    Expect("run --listen none --plugin " + plugin, 1, output + '\n');
   }
 }
 

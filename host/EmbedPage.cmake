@@ -2,11 +2,8 @@
 #   cmake -DPAGE_DIR=... -DOUTPUT=... -P EmbedPage.cmake
 set(type_html "text/html; charset=utf-8")
 set(type_js "text/javascript; charset=utf-8")
-set(type_mjs "text/javascript; charset=utf-8")
 set(type_css "text/css; charset=utf-8")
 set(type_svg "image/svg+xml")
-set(type_png "image/png")
-set(type_ico "image/x-icon")
 
 file(GLOB names RELATIVE "${PAGE_DIR}" "${PAGE_DIR}/*")
 set(arrays "")

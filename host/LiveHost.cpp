@@ -65,6 +65,7 @@ void LiveHost::Listen(const Options& options) {
   events.onLine = [this](PageClient& client, const std::string& line) {
     OnClientLine(client, line);
   };
+  events.getScenario = [this] { return session_.GetScenario(); };
   PageAccess access(options.proxyNames);
   try {
     server_ = std::make_shared<PageServer>(io_, ParseListen(options.listen), std::move(access),
@@ -166,7 +167,9 @@ void LiveHost::CatchUp() {
 }
 
 void LiveHost::RunStep(const std::string& text, bool isRequest, PageClient* client) {
-  const auto lines = session_.RunStep(text);
+  // What a page asks for its own sake would drown what happened.
+  const bool isRecorded = !isRequest || client == nullptr;
+  const auto lines = session_.RunStep(text, isRecorded);
   PublishStatus();
   if (!isRequest) {
     Tell("> " + text, client != nullptr);

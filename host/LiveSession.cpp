@@ -121,12 +121,12 @@ LiveSession::Lines LiveSession::CatchUp() {
   return lines;
 }
 
-LiveSession::Lines LiveSession::RunStep(const std::string& step) {
+LiveSession::Lines LiveSession::RunStep(const std::string& step, bool isRecorded) {
   const std::int64_t begin = clock_.Monotonic();
   Lines lines = Call([&] { session_->RunStep(step); });
   const std::int64_t end = clock_.Monotonic();
   moved_ += end - begin;
-  record_.AddStep(begin / kSecond, step, lines, end / kSecond);
+  if (isRecorded) record_.AddStep(begin / kSecond, step, lines, end / kSecond);
   const std::string name = step.substr(0, step.find_first_of(" \t"));
   if (lines.empty() && (name == "verbose" || name == "programming" || name == "forwarder")) {
     settings_[name] = step;

@@ -52,15 +52,17 @@ class LiveSession {
   Lines Start();
   /// Delivers the expiries that are due by now. To be called before a step.
   Lines CatchUp();
-  /// Carries out a step, given without the "> " before it.
-  Lines RunStep(const std::string& step);
+  /// Carries out a step, given without the "> " before it. One that changes nothing need not be a
+  /// part of the scenario.
+  Lines RunStep(const std::string& step, bool isRecorded = true);
   /// Loads the plug-in's file anew and hands the state on. If that fails, the old one goes on.
   Lines Reload();
   /// Saves what could not be saved before.
   void Save();
 
-  /// Writes the session so far to a new file, as a scenario that replays. Throws
-  /// `std::system_error`.
+  /// The session so far, as a scenario that replays.
+  const std::string& GetScenario() const { return record_.GetText(); }
+  /// Writes it to a new file. Throws `std::system_error`.
   void Export(const std::string& path) const { record_.Write(path); }
 
   /// When the next timer is due, in milliseconds of the steady clock.

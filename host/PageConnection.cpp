@@ -19,6 +19,7 @@ constexpr unsigned int kLargestBody = 1024;
 constexpr int kSecondsToRead = 5;
 constexpr int kSecondsToWrite = 10;
 constexpr int kSecondsToDrain = 1;
+constexpr const char* kText = "text/plain; charset=utf-8";
 
 constexpr std::pair<const char*, const char*> kHeaders[] = {
     {"Content-Security-Policy",
@@ -80,6 +81,9 @@ void PageConnection::OnRequest() {
   }
   const std::string_view target = View(request.target());
   const std::string_view path = target.substr(0, target.find('?'));
+  if (path == "/session.txt") {
+    return Reply(Status::ok, kText, server_->GetEvents().getScenario());
+  }
   if (path != "/ws") {
     const PageFile* const file = FindPageFile(path);
     if (file == nullptr) return Refuse(Status::not_found, "there is nothing here");
@@ -101,7 +105,7 @@ void PageConnection::OnRequest() {
 }
 
 void PageConnection::Refuse(Status status, std::string_view reason) {
-  Reply(status, "text/plain; charset=utf-8", std::string(reason) + '\n');
+  Reply(status, kText, std::string(reason) + '\n');
 }
 
 void PageConnection::Reply(Status status, std::string_view type, std::string_view content) {

@@ -20,12 +20,14 @@ using SharedLine = std::shared_ptr<const std::string>;
 /// who is let in, and what is passed.
 class PageServer : public std::enable_shared_from_this<PageServer> {
  public:
-  /// What the server tells, from within the run of its context.
+  /// What the server tells and asks, from within the run of its context.
   struct Events {
     /// A client is there; what it is sent now comes first.
     std::function<void(PageClient&)> onClient;
     /// A client sent a line. The client lives at least until this returns.
     std::function<void(PageClient&, const std::string& line)> onLine;
+    /// Asks for the session so far, as a scenario.
+    std::function<std::string()> getScenario;
   };
 
   /// Throws `boost::system::system_error` when it cannot listen there.

@@ -23,7 +23,8 @@ class SessionRecord {
   /// Whether it has grown so long that it is to begin anew.
   bool IsLong() const { return text_.size() > kLong; }
 
-  /// Writes the scenario to a new file. Throws `std::system_error`, which names the file, also when
+  const std::string& GetText() const { return text_; }
+  /// Writes it to a new file. Throws `std::system_error`, which names the file, also when
   /// there is such a file.
   void Write(const std::string& path) const;
 

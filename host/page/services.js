@@ -10,7 +10,7 @@ function parse(xml) {
 const unsigned = (text) => Number(text) >>> 0;
 
 /** A value as a step takes it, in quotes where it has to be. */
-export function quote(value) {
+function quote(value) {
   const text = String(value);
   if (/^[\w,.-]+$/.test(text)) return text;
   const escapes = { '"': '\\"', '\\': '\\\\', '\n': '\\n', '\t': '\\t' };

@@ -61,8 +61,9 @@ void Logger::initialize() {
 void SetLogLevel(const std::string& name) {
   // Not log4cplus's own look-up, which complains of an unknown name on the standard error.
   static constexpr std::pair<const char*, log4cplus::LogLevel> kLevels[] = {
-      {"DEBUG", log4cplus::DEBUG_LOG_LEVEL}, {"INFO", log4cplus::INFO_LOG_LEVEL},
-      {"WARN", log4cplus::WARN_LOG_LEVEL},   {"ERROR", log4cplus::ERROR_LOG_LEVEL},
+      {"TRACE", log4cplus::TRACE_LOG_LEVEL}, {"DEBUG", log4cplus::DEBUG_LOG_LEVEL},
+      {"INFO", log4cplus::INFO_LOG_LEVEL},   {"WARN", log4cplus::WARN_LOG_LEVEL},
+      {"ERROR", log4cplus::ERROR_LOG_LEVEL}, {"FATAL", log4cplus::FATAL_LOG_LEVEL},
       {"OFF", log4cplus::OFF_LOG_LEVEL},
   };
   const auto* const level = std::find_if(std::begin(kLevels), std::end(kLevels),

@@ -1,5 +1,6 @@
 #include "platform/ParsedText.h"
 
+#include <charconv>
 #include <new>
 
 #include "platform/XmlText.h"
@@ -15,6 +16,25 @@ bool IsText(pugi::xml_node node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+/// Whether a reference is to no character at all, such as `&#0;`: the parser would end the text
+/// there, or make another character of it.
+bool RefersToNoCharacter(std::string_view text) {
+  constexpr std::string_view kReference = "&#";
+  constexpr std::uint32_t kLastCharacter = 0x10FFFF;
+  for (std::size_t at = text.find(kReference); at != std::string_view::npos;
+       at = text.find(kReference, at + 1)) {
+    std::string_view digits = text.substr(at + kReference.size());
+    const bool isHex = !digits.empty() && digits.front() == 'x';
+    if (isHex) digits.remove_prefix(1);
+    const char* const end = digits.data() + digits.size();
+    std::uint32_t character = 0;
+    const auto [next, error] = std::from_chars(digits.data(), end, character, isHex ? 16 : 10);
+    if (next == digits.data() || next == end || *next != ';') continue;
+    if (error != std::errc() || character == 0 || character > kLastCharacter) return true;
+  }
+  return false;
+}
+
 void AppendStartTag(Markup& out, pugi::xml_node element) {
   out.Append('<');
   out.Append(element.name());
@@ -26,7 +46,7 @@ void AppendStartTag(Markup& out, pugi::xml_node element) {
 }  // namespace
 
 bool ParsedText::Parse(std::string_view text, bool keepBlanks) {
-  if (text.find('\0') != std::string_view::npos) return false;
+  if (text.find('\0') != std::string_view::npos || RefersToNoCharacter(text)) return false;
   text_ = text;
   const unsigned options = keepBlanks ? kParseOptions | pugi::parse_ws_pcdata : kParseOptions;
   // With the NUL that ends it: else the parser would take the last character for the end, and not

@@ -14,9 +14,9 @@
 class IServicesAgent {};
 
 /// The agent: the list of a property's services, the commands that change and query it, and the
-/// guests' requests. All its operations are called by the host, one call at a time. What a
-/// record's reader, a number's conversion or the host throws reaches the host, and no entry is half
-/// changed then; docs/guarantees.md says what holds call by call.
+/// guests' requests. What a record's reader, a number's conversion or the host throws reaches the
+/// host, and no entry is half changed then; docs/guarantees.md says what holds call by call.
+/// [host call]
 class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystemEventCallback {
  public:
   /// Registers the agent's identity, commands and event listener. Throws what a registration

@@ -51,49 +51,44 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
       ->type_name("FILE");
 }
 
+void AddCommonOptions(CLI::App& command, std::string& plugin, bool& isVerbose) {
+  command.add_option("--plugin", plugin, "The library to load")->capture_default_str();
+  command.add_flag("--verbose", isVerbose, "Also say what is registered, armed and withdrawn");
+}
+
+bool Replay(const std::string& plugin, const host::ReplayOptions& options) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  const host::PluginLibrary library(plugin);
+  return host::ReplayFiles(library, options, std::cout);
+}
+
 int Run(int argc, char** argv) {
   CLI::App app("Loads the Guest Services plug-in as the controller's host does, and drives it.");
   app.require_subcommand(1);
   std::string plugin = GetDefaultPlugin();
-  host::ReplayOptions replay;
-  const auto addCommonOptions = [&](CLI::App* command) {
-    command->add_option("--plugin", plugin, "The library to load")->capture_default_str();
-    command->add_flag("--verbose", replay.verbose,
-                      "Also say what is registered, armed and withdrawn");
-  };
 
+  host::ReplayOptions replay;
   CLI::App* const replayCommand = app.add_subcommand(
       "replay", "Replay scenario files and compare what happens with what they expect");
   replayCommand->add_option("FILE", replay.files, "Scenario files")->required();
   replayCommand->add_flag("--update", replay.update, "Rewrite the expected lines of the files");
   replayCommand->add_flag("--show", replay.show, "Print every line as it happens");
   replayCommand->add_option("--junit", replay.junitFile, "Write the results for a CI system");
-  addCommonOptions(replayCommand);
+  AddCommonOptions(*replayCommand, plugin, replay.verbose);
 
   host::LiveHost::Options live;
+  live.session.plugin = plugin;
   CLI::App* const runCommand =
       app.add_subcommand("run",
                          "Run the agent as in a property: on the real clock, with a console "
                          "and a page in the browser");
   AddRunOptions(*runCommand, live);
-  addCommonOptions(runCommand);
+  AddCommonOptions(*runCommand, live.session.plugin, live.session.verbose);
 
   CLI11_PARSE(app, argc, argv);
 
-  const bool isReplay = replayCommand->parsed();
-  if (isReplay) {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
-  bool isGood = true;
-  if (isReplay) {
-    const host::PluginLibrary library(plugin);
-    isGood = host::ReplayFiles(library, replay, std::cout);
-  } else {
-    live.session.plugin = plugin;
-    live.session.verbose = replay.verbose;
-    isGood = host::LiveHost(live).Run();
-  }
+  const bool isGood = replayCommand->parsed() ? Replay(plugin, replay) : host::LiveHost(live).Run();
   const bool isPrinted = std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
   if (!isPrinted) throw std::runtime_error("cannot write to the standard output");
   return isGood ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -5,10 +5,10 @@
 // Calling contexts:
 // - [host call]: called by the host on the driver, one call at a time, none during or after the
 //   driver's destruction.
-// - [call out]: called by the driver from inside a host call; it may call the listener of the host
-//   back before it returns, and what the host throws passes through it.
-// - [any time]: may be called whenever the objects that it names are alive, but not from two
-//   threads at once.
+// - [call out]: called by the driver from inside a host call. The host may call the driver back
+//   before it returns; what it throws passes through the driver.
+// - [any time]: whenever the objects are alive, but not from two threads at once. So is all that
+//   names no other context, on either side of the boundary.
 
 #define PLATFORM_API __attribute__((visibility("default")))
 

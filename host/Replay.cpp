@@ -104,8 +104,8 @@ bool ReplayFiles(const PluginLibrary& plugin, const ReplayOptions& options, std:
     ++failed;
     out << outcomes.back().failure;
   }
-  if (!options.junitFile.empty()) WriteJUnit(options.junitFile, outcomes, failed);
   out << outcomes.size() - static_cast<std::size_t>(failed) << " passed, " << failed << " failed\n";
+  if (!options.junitFile.empty()) WriteJUnit(options.junitFile, outcomes, failed);
   return failed == 0;
 }
 

@@ -88,7 +88,8 @@ TEST_F(Replay, WritesItsResultsForOtherPrograms) {
                 " (replayed)&#10;@@ -1,2 +1,2 @@&#10; &gt; persist&#10;-answer &lt;&amp;&gt;&#10;"
                 "+answer &lt;guest_services/&gt;&#10;</failure></testcase></testsuite>\n");
   Expect("replay --junit /no/such/directory/junit.xml " + good_, 1,
-         "error: /no/such/directory/junit.xml: cannot write it: No such file or directory\n");
+         "1 passed, 0 failed\nerror: /no/such/directory/junit.xml: cannot write it: No such file "
+         "or directory\n");
 }
 
 TEST_F(Replay, LoadsThePluginThatIsNamed) {

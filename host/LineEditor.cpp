@@ -63,48 +63,46 @@ LineEditor::LineEditor(std::function<void(const std::string*)> onLine)
   using_history();
   rl_attempted_completion_function = Complete;
   rl_basic_word_break_characters = " \t";
-  Begin();
+  rl_callback_handler_install(kPrompt, &LineEditor::OnLine);
 }
 
 LineEditor::~LineEditor() {
-  if (isShown_) std::fputs("\n", stdout);
+  if (!isAtEnd_) std::fputs("\n", stdout);
   rl_callback_handler_remove();
   theEditor = nullptr;
 }
 
-void LineEditor::Begin() {
+void LineEditor::Read() {
+  rl_callback_read_char();
+  if (isAtEnd_) return onLine_(nullptr);
+  if (!entered_) return;
+  // The library has given the terminal back, and what is typed there may get lost, so that the line
+  // is worked on with the editor in place again.
   rl_callback_handler_install(kPrompt, &LineEditor::OnLine);
-  isShown_ = true;
+  const std::string line = *std::exchange(entered_, std::nullopt);
+  onLine_(&line);
 }
-
-void LineEditor::Read() { rl_callback_read_char(); }
 
 void LineEditor::OnLine(char* text) {
   LineEditor& editor = *theEditor;
-  editor.isShown_ = false;
-  rl_callback_handler_remove();
-  if (text == nullptr) {
-    editor.onLine_(nullptr);
-    return;
-  }
+  editor.isAtEnd_ = text == nullptr;
+  if (editor.isAtEnd_) return rl_callback_handler_remove();
   if (*text != '\0') add_history(text);
-  const std::string line = text;
+  editor.entered_ = text;
   std::free(text);
-  editor.onLine_(&line);
-  editor.Begin();
 }
 
 void LineEditor::Resize() { rl_resize_terminal(); }
 
 void LineEditor::Hide() const {
-  if (!isShown_) return;
+  if (isAtEnd_) return;
   const int rows = RowsAboveCursor();
   if (rows > 0) std::printf("\033[%dA", rows);
   std::fputs("\r\033[J", stdout);
 }
 
 void LineEditor::Show() const {
-  if (isShown_) rl_forced_update_display();
+  if (!isAtEnd_) rl_forced_update_display();
 }
 
 }  // namespace host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace host {
@@ -26,11 +27,11 @@ class LineEditor {
   void Show() const;
 
  private:
-  void Begin();
   static void OnLine(char* text);
 
   std::function<void(const std::string*)> onLine_;
-  bool isShown_ = false;
+  std::optional<std::string> entered_;
+  bool isAtEnd_ = false;
 };
 
 }  // namespace host

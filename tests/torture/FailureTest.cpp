@@ -129,6 +129,35 @@ TEST(Failure, OfAllAllocationsFromEachOnLeavesTheAgentWhole) {
   TryEveryFailure(Failure::kAllAllocations);
 }
 
+TEST(Failure, OfAHostCallFindsTheListAsTheOrderOfThingsHasIt) {
+  const host::PluginLibrary plugin(PLUGIN_PATH);
+  // By the host call that fails: the list is as before, or as after.
+  const std::pair<const char*, std::string> cases[] = {
+      {"ADD_SERVICE name=Probe", "--+"},
+      {"EDIT_SERVICE guest_service='<guest_service id=\"1\"/>'", "-++"},
+      {"REMOVE_SERVICE id=2", "--------+++"},
+      {"REORDER_SERVICES order=5,4,1,3,2", "+"},
+      {"SEND_REQUEST_EVENT id=2 operarequest=CODE", "--++++"},
+      {"SEND_CANCEL_EVENT id=1", "--++"},
+  };
+  for (const auto& [step, expected] : cases) {
+    std::string found;
+    Calls calls;
+    for (long n = 0; n == static_cast<long>(found.size()); ++n) {
+      World world(plugin, Stage::kRunning);
+      const Entries before = world.GetEntries();
+      FailHostCall(world, n, calls);
+      try {
+        world.Run(step);
+      } catch (const std::runtime_error&) {
+        world.onHostCall = nullptr;
+        found += world.GetEntries() == before ? '-' : '+';
+      }
+    }
+    EXPECT_EQ(found, expected) << step;
+  }
+}
+
 TEST(Failure, OfTheCreationIsFollowedByItsWithdrawal) {
   const host::PluginLibrary plugin(PLUGIN_PATH);
   const Calls created = {"", "interface-registered " + kIdentity, "listening 11"};

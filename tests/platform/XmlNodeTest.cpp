@@ -166,6 +166,7 @@ TEST(XmlDocument, IsOneElementAndNothingButCommentsAfterIt) {
                {"\xEF\xBB\xBF<a/>", "<a/>"},
                {"<a x='1' y=\"'\">t</a>", "<a x=\"1\" y=\"'\">t</a>"},
                {"<a x='&lt;&#65;&#x42;&quot;'/>", "<a x=\"&lt;AB&quot;\"/>"},
+               {"<a>&#x10FFFF;&#;&#x;&#0</a>", "<a>\U0010FFFF&amp;#;&amp;#x;&amp;#0</a>"},
                {"<a><![CDATA[<b>&]]></a>", "<a>&lt;b&gt;&amp;</a>"},
                {"<a>x<b/>y<?pi?><!-- c -->z</a>", "<a>x<b/>yz</a>"},
                {"<a>\r\n x\r\n</a>", "<a>&#10; x&#10;</a>"},
@@ -179,7 +180,9 @@ TEST(XmlDocument, IsOneElementAndNothingButCommentsAfterIt) {
       "<a/><![CDATA[]]>", "<a/><![CDATA[x]]>", "<a/></a>", "<a/><",
       // Not well-formed.
       "<a", "<a>", "<a></b>", "<a><b></a></b>", "<a x/>", "<a x=1/>", "<a x='1/>", "<a><!-- </a>",
-      "<a><![CDATA[</a>"};
+      "<a><![CDATA[</a>",
+      // A reference to no character.
+      "<a>&#0;</a>", "<a x='&#x00;'/>", "<a>&#1114112;</a>", "<a>&#4294967361;</a>"};
   for (const char* const text : bad) EXPECT_EQ(Parsed(text), kNothing) << text;
 }
 

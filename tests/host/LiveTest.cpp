@@ -198,7 +198,7 @@ TEST_F(Live, ExportsWhatReplays) {
                                "clock 2024-03-01T09:59:59",
                                "forwarder on",
                                "programming off",
-                               "loglevel DEBUG",
+                               "loglevel TRACE",
                                "verbose on",
                                "ui GET_ALL_SERVICES"};
   for (unsigned int seed = 1; seed <= 20; ++seed) {

@@ -148,7 +148,9 @@ class LiveHost(unittest.TestCase):
         terminal.expect_exact('name="Taxi" description="" icon="7"')
         terminal.send("\x1b[A\n")  # the step before once more
         terminal.expect_exact('id="2" name="Taxi"')
-        terminal.sendeof()
+        terminal.send("advance 40000h\n")
+        time.sleep(0.1)
+        terminal.sendeof()  # while the step goes on
         terminal.expect(pexpect.EOF)
         self.assertEqual(terminal.wait(), 0)
         self.assertTrue(terminal.getecho())

@@ -12,10 +12,9 @@ import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 
 export const ROOT = fileURLToPath(new URL('../../', import.meta.url));
-const HOST = process.env.GUEST_SERVICES_HOST ?? path.join(ROOT, 'build/release/bin/guest-services-host');
+const HOST = path.join(ROOT, 'build/release/bin/guest-services-host');
 // From the folder above the host's; the page shows it, and so do the pictures.
 const PLUGIN = 'lib/guest-services/guest-services-agent.so';
-const CHROMIUM = process.env.CHROMIUM ?? '/usr/bin/chromium';
 // A busy machine may take its time.
 const PATIENCE = 30000;
 // The page holds back taps on what has just changed.
@@ -82,7 +81,7 @@ export const replay = (file) => execFileSync(HOST, ['replay', file], { stdio: 'i
 // A browser for all tests of a file; after each test, what it has opened and started is gone.
 let browser;
 const cleanUp = [];
-before(async () => (browser = await chromium.launch({ executablePath: CHROMIUM })));
+before(async () => (browser = await chromium.launch({ executablePath: '/usr/bin/chromium' })));
 after(() => browser.close());
 afterEach(async () => {
   while (cleanUp.length > 0) await cleanUp.pop()();

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
+#include <map>
 #include <random>
 #include <sstream>
 
@@ -13,6 +13,7 @@
 #include "host/Replay.h"
 #include "host/StepHelp.h"
 #include "tests/support/Plugin.h"
+#include "tests/support/Program.h"
 
 namespace {
 
@@ -43,18 +44,12 @@ class Live : public testing::Test {
     now_.steady += milliseconds;
   }
 
-  void Write(const std::string& name, const std::string& text) const {
-    std::ofstream(folder_ / name) << text;
-  }
-
   /// The folder's files with what they hold, by name; times in names are left out.
   std::string Show() const {
     std::map<std::string, std::string> files;
     for (const auto& entry : fs::directory_iterator(folder_)) {
-      std::ostringstream text;
-      text << std::ifstream(entry.path()).rdbuf();
       const std::string name = entry.path().filename();
-      files[name.substr(0, name.find("-2"))] += text.str();
+      files[name.substr(0, name.find("-2"))] += test::ReadFile(entry.path());
     }
     std::string shown;
     for (const auto& [name, text] : files) ((shown += name) += ": ") += text;
@@ -93,8 +88,8 @@ TEST_F(Live, StartsFromWhatHoldsAState) {
        "state.xml.unreadable: <html><p/></html>\n"},
   };
   for (const auto& [file, backup, after] : cases) {
-    if (!file.empty()) Write("state.xml", file);
-    if (!backup.empty()) Write("state.xml.backup", backup);
+    if (!file.empty()) test::WriteFile(folder_ / "state.xml", file);
+    if (!backup.empty()) test::WriteFile(folder_ / "state.xml.backup", backup);
     host::LiveSession session = Open();
     session.Start();
     EXPECT_EQ(Show(), after) << file;
@@ -108,7 +103,7 @@ TEST_F(Live, StartsFromWhatHoldsAState) {
 
 TEST_F(Live, SetsEveryUnreadableFileAsideUnderANameOfItsOwn) {
   for (const char* const text : {"first\n", "second\n", "third\n"}) {
-    Write("state.xml", text);
+    test::WriteFile(folder_ / "state.xml", text);
     Open().Start();
   }
   const fs::directory_iterator files(folder_);

@@ -45,9 +45,7 @@ TEST(QxTime, KeepsItsFieldsAndReadsThemByTheZonesRules) {
       {"Europe/Berlin", {2024, 10, 27, 2, 30, 0}, 1729989000},       // repeated: the first
       {"Australia/Lord_Howe", {2024, 4, 7, 1, 30, 0}, 1712413800},   // half an hour, repeated
       {"Australia/Lord_Howe", {2024, 10, 6, 2, 15, 0}, 1728143100},  // and skipped
-      {"Africa/Casablanca", {2024, 3, 10, 2, 30, 0}, 1710034200},
       {"Africa/Casablanca", {2024, 4, 14, 2, 30, 0}, 1713061800},
-      {"Asia/Kathmandu", {1986, 1, 1, 0, 5, 0}, 504902100},
       {"Asia/Kathmandu", {1986, 1, 1, 0, 15, 0}, 504901800},
       {"Pacific/Apia", {2011, 12, 30, 12, 0, 0}, 1325282400},
       {"Pacific/Apia", {2011, 12, 31, 0, 0, 0}, 1325239200},

@@ -27,10 +27,8 @@ struct Case {
 // The hour that is repeated begins at the change, and for the first time as long before it.
 constexpr Case kCases[] = {
     {"UTC", kEndOf32Bits, -1, kNever, 899, 15},
-    {"UTC", kEndOf32Bits, 0, kNever, 900, 15},
     {"UTC", kEndOf32Bits, 1, kNever, 901, 15},
     {"UTC", kEndOf32Bits, -1, 1, 899, 15},
-    {"UTC", kEndOf32Bits, 0, 1, 900, 15},
     {"UTC", kEndOf32Bits, 1, 2, 901, 15},
     {"UTC", kEndOf32Bits, -899, -1, 1, 15},
     {"UTC", kEndOf32Bits, 0, 86400, 2147483647 - 7, 35791394},
@@ -41,9 +39,7 @@ constexpr Case kCases[] = {
     {"Europe/Berlin", 2172099600, -1800, 600, 3600, 90},  // October 2038
 
     {"Europe/Berlin", 1711846800, -600, kNever, 1200, 30},  // an hour skipped
-    {"Europe/Berlin", 1711846800, -600, -300, 1200, 30},
     {"Europe/Berlin", 1711846800, -1, 1, 1799, 30},
-    {"Europe/Berlin", 1711846800, 0, 1, 1800, 30},
     {"Europe/Berlin", 1729990800, -1800, kNever, 3600, 90},  // an hour repeated
     {"Europe/Berlin", 1729990800, 1800, kNever, 7200, 90},
     {"Europe/Berlin", 1729990800, -3601, 600, 1799, 90},
@@ -56,7 +52,6 @@ constexpr Case kCases[] = {
     {"Europe/Berlin", 1729990800, 3600, 3601, 9000, 90},
 
     {"Australia/Lord_Howe", 1728142200, -600, 300, 1200, 30},  // half an hour
-    {"Australia/Lord_Howe", 1712415600, -1800, 60, 3600, 90},
     {"Australia/Lord_Howe", 1712415600, 0, 60, 3600, 90},
     {"Australia/Lord_Howe", 1712415600, 1800, 1860, 7200, 90},
     {"Africa/Casablanca", 1710036000, -1, 600, 5399, 90},  // summer time is the standard

@@ -76,9 +76,10 @@ void LineEditor::Read() {
   rl_callback_read_char();
   if (isAtEnd_) return onLine_(nullptr);
   if (!entered_) return;
-  // The library has given the terminal back, and what is typed there may get lost, so that the line
-  // is worked on with the editor in place again.
+  // The library has given the terminal back, where an end that is typed gets lost. So the editor is
+  // in place again, with an empty line, before the one that was entered is worked on.
   rl_callback_handler_install(kPrompt, &LineEditor::OnLine);
+  rl_point = 0;
   const std::string line = *std::exchange(entered_, std::nullopt);
   onLine_(&line);
 }

@@ -30,7 +30,7 @@ class LineEditor {
   static void OnLine(char* text);
 
   std::function<void(const std::string*)> onLine_;
-  std::optional<std::string> entered_;
+  std::optional<std::string> entered_;  // a line that `Read` has yet to tell of
   bool isAtEnd_ = false;
 };
 

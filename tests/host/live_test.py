@@ -47,6 +47,7 @@ class LiveHost(unittest.TestCase):
         for data, status in (
                 (get.format("/", "localhost", ""), "200 OK"),
                 (get.format("/?x", "hotel.example", ""), "200 OK"),
+                (get.format("/session.txt", "localhost", ""), "200 OK"),
                 (get.format("/", "evil.example", ""), "403 Forbidden"),
                 (get.format("/", "localhost\r\nHost: localhost", ""), "403 Forbidden"),
                 ("GET / HTTP/1.0\r\n\r\n", "403 Forbidden"),
@@ -148,8 +149,11 @@ class LiveHost(unittest.TestCase):
         terminal.expect_exact('name="Taxi" description="" icon="7"')
         terminal.send("\x1b[A\n")  # the step before once more
         terminal.expect_exact('id="2" name="Taxi"')
-        terminal.send("advance 40000h\n")
-        time.sleep(0.1)
+        terminal.send(f"ADD_SERVICE name={'x' * 80}\n")  # longer than a row
+        terminal.expect_exact("x" * 80 + '" description')
+        self.assertNotIn("\x1b[1A", terminal.before, "a line that was printed is gone")
+        terminal.send("advance 20000h\n")
+        time.sleep(0.2)
         terminal.sendeof()  # while the step goes on
         terminal.expect(pexpect.EOF)
         self.assertEqual(terminal.wait(), 0)

@@ -65,7 +65,10 @@ void LiveHost::Listen(const Options& options) {
   events.onLine = [this](PageClient& client, const std::string& line) {
     OnClientLine(client, line);
   };
-  events.getScenario = [this] { return session_.GetScenario(); };
+  events.getScenario = [this] {
+    CatchUp();
+    return session_.GetScenario();
+  };
   PageAccess access(options.proxyNames);
   try {
     server_ = std::make_shared<PageServer>(io_, ParseListen(options.listen), std::move(access),

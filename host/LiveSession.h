@@ -60,7 +60,7 @@ class LiveSession {
   /// Saves what could not be saved before.
   void Save();
 
-  /// The session so far, as a scenario that replays.
+  /// The session so far, as a scenario that replays. Valid until the next call.
   const std::string& GetScenario() const { return record_.GetText(); }
   /// Writes it to a new file. Throws `std::system_error`.
   void Export(const std::string& path) const { record_.Write(path); }

@@ -28,6 +28,7 @@ constexpr std::pair<const char*, const char*> kHeaders[] = {
     {"X-Frame-Options", "DENY"},
     {"X-Content-Type-Options", "nosniff"},
     {"Referrer-Policy", "no-referrer"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
     {"Cache-Control", "no-store"},
 };
 

@@ -23,13 +23,14 @@ class SessionRecord {
   /// Whether it has grown so long that it is to begin anew.
   bool IsLong() const { return text_.size() > kLong; }
 
+  /// The scenario. Valid until something is added.
   const std::string& GetText() const { return text_; }
-  /// Writes it to a new file. Throws `std::system_error`, which names the file, also when
+  /// Writes the scenario to a new file. Throws `std::system_error`, which names the file, also when
   /// there is such a file.
   void Write(const std::string& path) const;
 
  private:
-  static constexpr std::size_t kLong = std::size_t{4} << 20;
+  static constexpr std::size_t kLong = std::size_t{1} << 20;
 
   void Add(const std::string& line) { (text_ += line) += '\n'; }
   /// Adds a step that lets the time pass up to `moment`.

@@ -117,6 +117,7 @@ byId('pause').onclick = () => {
   if (paused !== null) show(...entries.filter(({ row }) => !row.isConnected).map(({ row }) => row));
   showPaused(paused === null ? 0 : null);
 };
+
 /** The session so far, as the host writes it. */
 async function fetchScenario() {
   const answer = await fetch('/session.txt');
@@ -125,12 +126,13 @@ async function fetchScenario() {
 }
 
 byId('copy').onclick = async () => {
+  if (!navigator.clipboard) return say('Only over HTTPS or on this machine can it be copied. It is at /session.txt.');
   try {
-    // With the promise, since some browsers let only what is written at once come from a click.
+    // The clipboard is given the promise: some browsers refuse what comes long after the click.
     await navigator.clipboard.write([new ClipboardItem({ 'text/plain': fetchScenario() })]);
-    say('Copied: the session so far, as a scenario.');
+    return say('Copied: the session so far, as a scenario.');
   } catch (error) {
-    say(`It could not be copied: ${error.message}`);
+    return say(`It could not be copied: ${error.message}`);
   }
 };
 offerServices();

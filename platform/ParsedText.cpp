@@ -1,6 +1,7 @@
 #include "platform/ParsedText.h"
 
 #include <charconv>
+#include <cstdint>
 #include <new>
 
 #include "platform/XmlText.h"
@@ -16,8 +17,9 @@ bool IsText(pugi::xml_node node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-/// Whether a reference is to no character at all, such as `&#0;`: the parser would end the text
-/// there, or make another character of it.
+/// Whether there is a reference to the character 0, or to one beyond the last: the parser would end
+/// the text there, or make another character of it. Also where it refers to nothing, in a comment
+/// or a CDATA section.
 bool RefersToNoCharacter(std::string_view text) {
   constexpr std::string_view kReference = "&#";
   constexpr std::uint32_t kLastCharacter = 0x10FFFF;

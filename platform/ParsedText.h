@@ -11,7 +11,8 @@ namespace qx {
 /// A parsed XML text, kept alive by every element that is a place in it.
 class ParsedText {
  public:
-  /// False when `text` does not parse to exactly one element. Text of nothing but white space is
+  /// False when `text` does not parse to exactly one element, or has what no XML has: a NUL byte or
+  /// a reference such as `&#0;`. Text of nothing but white space is
   /// left out unless `keepBlanks`. Throws `std::bad_alloc` only.
   bool Parse(std::string_view text, bool keepBlanks);
 

@@ -120,9 +120,9 @@ PLATFORM_API boost::shared_ptr<XmlNode> CreateXmlNode(std::string_view name,
                                                       std::string_view value);
 
 /// Parses a text. Empty when it does not parse: also when it has no root element or more than one,
-/// anything but white space and comments after the root, a NUL byte, a reference to no character
-/// such as `&#0;`, or elements nested deeper than 64. Throws `std::bad_alloc` only. The nodes of
-/// the document share one copy of the text.
+/// anything but white space and comments after the root, a NUL byte, a reference to the
+/// character 0 or beyond the last, or elements nested deeper than 64. Throws `std::bad_alloc` only.
+/// The nodes of the document share one copy of the text.
 PLATFORM_API boost::shared_ptr<XmlDocument> CreateXmlDocument(std::string_view text);
 
 /// The decimal integer, with or without a sign, that `text` begins with; 0 when there is none. A

@@ -41,9 +41,10 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
                   "Also serve the page under this name, that of a proxy in front of it")
       ->type_name("NAME");
   command
-      .add_option("--log-level", options.session.logLevel,
-                  "Which log records there are: DEBUG, INFO, ERROR or OFF; INFO if nothing else "
-                  "says")
+      .add_option(
+          "--log-level", options.session.logLevel,
+          "Which log records there are: TRACE, DEBUG, INFO, WARN, ERROR, FATAL or OFF; INFO if "
+          "nothing else says")
       ->type_name("LEVEL");
   command
       .add_option("--log-config", options.session.logConfig,

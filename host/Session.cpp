@@ -237,7 +237,7 @@ void Session::OnProgramming(const Step& step) { host_.SetProgrammingManager(GetS
 void Session::OnForwarder(const Step& step) { host_.SetForwarder(GetSwitch(step)); }
 
 void Session::OnLogLevel(const Step& step) {
-  qx::SetLogLevel(GetValues(step, 1, 1, "loglevel DEBUG|INFO|ERROR|OFF").front());
+  qx::SetLogLevel(GetValues(step, 1, 1, "loglevel TRACE|DEBUG|INFO|WARN|ERROR|FATAL|OFF").front());
 }
 
 void Session::OnVerbose(const Step& step) { verbose_ = GetSwitch(step); }

@@ -34,7 +34,7 @@ constexpr StepUsage kSteps[] = {
     {"reload", "the same with the plug-in's file loaded anew"},
     {"programming on|off", "whether the host has a programming manager"},
     {"forwarder on|off", "whether the host has a request forwarder"},
-    {"loglevel DEBUG|INFO|ERROR|OFF", "which log records there are"},
+    {"loglevel TRACE|DEBUG|INFO|WARN|ERROR|FATAL|OFF", "which log records there are"},
     {"verbose on|off", "whether registrations and timers are shown"},
     {"export FILE", "write the session so far as a scenario that replays"},
     {"help", "this list"},

@@ -82,7 +82,7 @@ LiveSession::Lines LiveSession::Start() {
 bool LiveSession::StartAgent(const boost::shared_ptr<qx::XmlNode>& state) {
   const bool isStarted = session_->Start(state);
   // Whatever the reason is, it is not the state.
-  constexpr std::string_view kMark = "error ";
+  constexpr std::string_view kMark = "error ";  // the session told why, and told nothing after it
   if (!session_->GetHost().HasAgent()) throw PluginError(lines_.back().substr(kMark.size()));
   return isStarted;
 }

@@ -15,6 +15,7 @@ class PLATFORM_API QxTime {
   /// From seconds since 1970-01-01 00:00:00 UTC, 64 bits wide whatever the width of `long`.
   explicit QxTime(const long& seconds);
   explicit QxTime(const long long& seconds);
+  /// Else a number of this type would fit either of the two.
   explicit QxTime(int seconds) : QxTime(long{seconds}) {}
 
   /// The current time by the host's clock, or by the system's where no host is attached.

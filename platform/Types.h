@@ -7,8 +7,8 @@
 //   driver's destruction.
 // - [call out]: called by the driver from inside a host call. The host may call the driver back
 //   before it returns; what it throws passes through the driver.
-// - [any time]: whenever the objects are alive, but not from two threads at once. So is all that
-//   names no other context, on either side of the boundary.
+// - [any time]: whenever the objects are alive, but not from two threads at once. A declaration
+//   that names no context is [any time].
 
 #define PLATFORM_API __attribute__((visibility("default")))
 

@@ -7,7 +7,7 @@ import { tmpdir } from 'node:os';
 import path from 'node:path';
 import readline from 'node:readline';
 import { after, afterEach, before } from 'node:test';
-import { setTimeout } from 'node:timers/promises';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 
@@ -84,7 +84,9 @@ const cleanUp = [];
 before(async () => (browser = await chromium.launch({ executablePath: '/usr/bin/chromium' })));
 after(() => browser.close());
 afterEach(async () => {
-  while (cleanUp.length > 0) await cleanUp.pop()();
+  const problems = [];
+  while (cleanUp.length > 0) await cleanUp.pop()().catch((error) => problems.push(error));
+  assert.deepEqual(problems, []);
 });
 
 /** A live host in a fresh folder, at which these steps have been carried out. */
@@ -132,7 +134,10 @@ export async function press(page, name) {
 export async function expectSoon(read, pattern) {
   const deadline = Date.now() + PATIENCE;
   let text = String(await read());
-  for (; !pattern.test(text) && Date.now() < deadline; text = String(await read())) await setTimeout(20);
+  while (!pattern.test(text) && Date.now() < deadline) {
+    await sleep(20);
+    text = String(await read());
+  }
   assert.match(text, pattern);
   return text.match(pattern);
 }

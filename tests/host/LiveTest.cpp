@@ -207,6 +207,7 @@ TEST_F(Live, ExportsWhatReplays) {
       session.CatchUp();
       if (random() % 30 == 0) session.Reload();
       session.RunStep(steps[random() % std::size(steps)]);
+      session.RunStep("ui GET_ALL_SERVICES", false);
     }
     session.Export(file);
     EXPECT_THROW(session.Export(file), std::system_error);

@@ -71,6 +71,7 @@ TEST(QxTime, ComesBackFromSeconds) {
   }
   const test::Zone berlin("Europe/Berlin");
   EXPECT_EQ(FieldsOf(QxTime()), (Fields{1970, 1, 1, 0, 0, 0}));
+  EXPECT_EQ(FieldsOf(QxTime(-3600)), FieldsOf(QxTime()));
   EXPECT_EQ(FieldsOf(QxTime(1709283600LL)), (Fields{2024, 3, 1, 10, 0, 0}));
   // The second of two has its own count, and the fields of the first.
   EXPECT_EQ(QxTime(1729992600LL).GetTime(), 1729992600);

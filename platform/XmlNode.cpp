@@ -158,31 +158,43 @@ bool XmlNode::IsName(std::string_view name) const {
 }
 
 std::string XmlNode::OuterXml() const {
-  Markup text;
-  AppendOuterXml(text);
-  return std::string(text.GetText());
+  std::string text;
+  if (written_) {
+    // Straight into the text: a list may be long, and each copy of it counts.
+    text.reserve(markup_.GetSize() + 2 * name_.size() + std::string_view("<></>").size());
+    WriteTo([&](std::string_view piece) { text += piece; });
+  } else {
+    Markup markup;
+    AppendElement(markup, pugi::xml_node(parsed_));
+    text = markup.GetText();
+  }
+  return text;
 }
 
 void XmlNode::AppendOuterXml(Markup& out) const {
-  if (!written_) {
+  if (written_) {
+    WriteTo([&](std::string_view piece) { out.Append(piece); });
+  } else {
     AppendElement(out, pugi::xml_node(parsed_));
-    return;
   }
+}
+
+template <typename Append>
+void XmlNode::WriteTo(const Append& append) const {
   if (name_.empty()) return;
-  const std::string_view attributes = markup_.GetText().substr(0, attributesSize_);
   const std::string_view content = markup_.GetText(attributesSize_);
-  out.Append('<');
-  out.Append(name_);
-  out.Append(attributes);
+  append("<");
+  append(name_);
+  append(markup_.GetText().substr(0, attributesSize_));
   if (content.empty()) {
-    out.Append("/>");
+    append("/>");
     return;
   }
-  out.Append('>');
-  out.Append(content);
-  out.Append("</");
-  out.Append(name_);
-  out.Append('>');
+  append(">");
+  append(content);
+  append("</");
+  append(name_);
+  append(">");
 }
 
 void XmlNode::Read() const {

@@ -90,6 +90,9 @@ class PLATFORM_API XmlNode {
   void WriteParsed();
   void ReplaceAttribute(std::string_view name, std::string_view value);
   void AppendOuterXml(Markup& out) const;
+  /// Hands a written element's `OuterXml` to `append`, piece by piece.
+  template <typename Append>
+  void WriteTo(const Append& append) const;
 
   std::string name_;
   Markup markup_;  // the attributes, the text, the children, one after another

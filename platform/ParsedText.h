@@ -12,8 +12,8 @@ namespace qx {
 class ParsedText {
  public:
   /// False when `text` does not parse to exactly one element, or has what no XML has: a NUL byte or
-  /// a reference such as `&#0;`. Text of nothing but white space is
-  /// left out unless `keepBlanks`. Throws `std::bad_alloc` only.
+  /// a reference such as `&#0;`. Text of nothing but white space is left out unless `keepBlanks`.
+  /// Throws `std::bad_alloc` only.
   bool Parse(std::string_view text, bool keepBlanks);
 
   pugi::xml_node GetRoot() const { return root_; }

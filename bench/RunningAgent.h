@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "host/Clock.h"
-#include "host/CmdMessage.h"
-#include "host/Host.h"
+#include "host/engine/Clock.h"
+#include "host/engine/CmdMessage.h"
+#include "host/engine/Host.h"
 
 namespace bench {
 

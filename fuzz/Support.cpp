@@ -9,10 +9,10 @@
 #include <ctime>
 #include <stdexcept>
 
-#include "host/Transcript.h"
+#include "host/session/Transcript.h"
 #include "platform/Dispatchers.h"
 #include "platform/Logger.h"
-#include "platform/XmlNode.h"
+#include "platform/xml/XmlNode.h"
 
 namespace fuzz {
 namespace {

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "host/Clock.h"
-#include "host/CmdMessage.h"
-#include "host/Host.h"
-#include "host/PluginLibrary.h"
+#include "host/engine/Clock.h"
+#include "host/engine/CmdMessage.h"
+#include "host/engine/Host.h"
+#include "host/engine/PluginLibrary.h"
 
 namespace fuzz {
 

@@ -1,14 +1,14 @@
 // Any text as a scenario file: it is refused, or it is read without loss, and what a replay makes
 // of it is a scenario that replays as it says.
-#include "host/Scenario.h"
+#include "host/session/Scenario.h"
 
 #include <cstdint>
 #include <stdexcept>
 #include <string>
 
 #include "fuzz/Support.h"
-#include "host/Replay.h"
-#include "host/Step.h"
+#include "host/session/Replay.h"
+#include "host/session/Step.h"
 
 namespace {
 

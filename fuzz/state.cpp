@@ -4,7 +4,7 @@
 #include <string>
 
 #include "fuzz/Support.h"
-#include "platform/XmlNode.h"
+#include "platform/xml/XmlNode.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);

@@ -6,10 +6,10 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "host/PageClient.h"
-#include "host/Step.h"
-#include "host/StepHelp.h"
-#include "host/Transcript.h"
+#include "host/session/Step.h"
+#include "host/session/StepHelp.h"
+#include "host/session/Transcript.h"
+#include "host/web/PageClient.h"
 
 namespace host {
 namespace {

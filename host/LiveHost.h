@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "host/Console.h"
-#include "host/LiveSession.h"
-#include "host/PageServer.h"
+#include "host/console/Console.h"
+#include "host/live/LiveSession.h"
+#include "host/web/PageServer.h"
 
 namespace host {
 

@@ -10,8 +10,8 @@
 #include <string>
 
 #include "host/LiveHost.h"
-#include "host/PluginLibrary.h"
-#include "host/Replay.h"
+#include "host/engine/PluginLibrary.h"
+#include "host/session/Replay.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/Messages.h"
-#include "platform/XmlNode.h"
+#include "platform/xml/XmlNode.h"
 
 namespace qx {
 

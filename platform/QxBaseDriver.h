@@ -10,7 +10,7 @@
 #include "platform/Messages.h"
 #include "platform/SystemEvent.h"
 #include "platform/Types.h"
-#include "platform/XmlNode.h"
+#include "platform/xml/XmlNode.h"
 
 namespace qx {
 class IHost;

@@ -11,4 +11,4 @@
 #include "platform/QxTime.h"
 #include "platform/SystemEvent.h"
 #include "platform/Types.h"
-#include "platform/XmlNode.h"
+#include "platform/xml/XmlNode.h"

@@ -8,7 +8,7 @@
 
 #include "platform/IHost.h"
 #include "platform/QxBaseDriver.h"
-#include "tests/torture/World.h"
+#include "tests/support/World.h"
 
 namespace test {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "host/Replay.h"
-#include "host/Scenario.h"
-#include "platform/XmlNode.h"
+#include "host/session/Replay.h"
+#include "host/session/Scenario.h"
+#include "platform/xml/XmlNode.h"
 #include "tests/support/Plugin.h"
 #include "tests/support/Program.h"
 #include "tests/support/Zone.h"

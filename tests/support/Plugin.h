@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/PluginLibrary.h"
+#include "host/engine/PluginLibrary.h"
 
 namespace test {
 

@@ -1,0 +1,30 @@
+// Built with 64-bit time functions on every machine: the C++ library's clock is as wide as the
+// machine's own, which on 32-bit ones ends in 2038.
+#include "host/engine/Clock.h"
+
+#include <ctime>
+
+static_assert(sizeof(std::time_t) == 8, "this file needs the C library's 64-bit time functions");
+
+namespace host {
+namespace {
+
+std::int64_t MillisecondsOf(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);  // fails for clocks that do not exist only
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+}  // namespace
+
+std::int64_t SystemClock::BaseWall() const { return MillisecondsOf(CLOCK_REALTIME); }
+
+std::int64_t SystemClock::BaseMonotonic() const { return MillisecondsOf(CLOCK_MONOTONIC); }
+
+std::int64_t GetUtcOffset(std::int64_t seconds) {
+  const std::time_t time = seconds;
+  std::tm fields{};
+  return localtime_r(&time, &fields) != nullptr ? fields.tm_gmtoff : 0;
+}
+
+}  // namespace host

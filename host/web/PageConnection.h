@@ -1,0 +1,48 @@
+#pragma once
+
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "host/web/PageServer.h"
+
+namespace host {
+
+/// One connection: it answers one HTTP request, or becomes a `PageClient`. It keeps itself alive
+/// until then.
+class PageConnection : public std::enable_shared_from_this<PageConnection> {
+ public:
+  PageConnection(boost::asio::ip::tcp::socket socket, std::shared_ptr<PageServer> server);
+  ~PageConnection();
+  PageConnection(const PageConnection&) = delete;
+  PageConnection& operator=(const PageConnection&) = delete;
+
+  /// Reads the request, or refuses to where there is no room for it.
+  void Start(bool hasRoom);
+
+ private:
+  using Status = boost::beast::http::status;
+
+  void OnRead(const boost::system::error_code& error);
+  void OnRequest();
+  void Refuse(Status status, std::string_view reason);
+  void Reply(Status status, std::string_view type, std::string_view content);
+  /// Ends the connection once the other side has read what it was sent.
+  void Drain();
+  void SetDeadline(int seconds);
+
+  boost::asio::ip::tcp::socket socket_;
+  const std::shared_ptr<PageServer> server_;
+  boost::asio::steady_timer deadline_;
+  bool isLate_ = false;
+  bool isClient_ = false;
+  boost::beast::flat_buffer received_;
+  boost::beast::http::request_parser<boost::beast::http::string_body> parser_;
+  boost::beast::http::response<boost::beast::http::string_body> response_;
+};
+
+}  // namespace host

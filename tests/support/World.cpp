@@ -1,0 +1,186 @@
+#include "tests/support/World.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+#include "host/engine/CmdMessage.h"
+#include "host/session/Step.h"
+#include "platform/Logger.h"
+
+namespace test {
+namespace {
+
+constexpr std::int64_t kNow = 1709283600;  // 2024-03-01 09:00:00 UTC
+constexpr const char* kAddingWithLongTexts =
+    "ADD_SERVICE name='Airing of the duvet' description='On the balcony, in the sun'"
+    " operarequest=AIRING-REQUEST-CODE";
+constexpr const char* kOtherRoot = "<services><shortcut id='1' shortcut_id='42'/></services>";
+
+void SendItemRemoved(World& world) {
+  const qx::SystemEventData4<unsigned int, unsigned int, ItemType, unsigned int> data(
+      static_cast<qx::SystemEventData::Code>(11), 42, 0, ItemType{7}, 0);
+  world.GetHost().SendEvent(&data);
+}
+
+void SendOtherEvent(World& world) {
+  const qx::SystemEventData data(static_cast<qx::SystemEventData::Code>(7));
+  world.GetHost().SendEvent(&data);
+}
+
+void RemoveWithoutProgrammingManager(World& world) {
+  world.GetHost().SetProgrammingManager(false);
+  world.Run("REMOVE_SERVICE id=1");
+}
+
+std::set<unsigned int> GetIds(World& world) {
+  std::set<unsigned int> ids;
+  for (const std::string& entry : world.GetEntries()) {
+    const auto element = qx::CreateXmlDocument(entry)->GetRoot();
+    const auto id = static_cast<unsigned int>(element->GetAttributeNumber("id"));
+    EXPECT_TRUE(ids.insert(id).second) << "id " << id << " is there twice";
+  }
+  return ids;
+}
+
+}  // namespace
+
+const char* const kFiveServices =
+    "<guest_services>"
+    "<guest_service id='1' name='Turndown of the bed' description='With chocolate on the pillow'"
+    " icon='4' delay='15' operarequest='TURNDOWN-REQUEST-CODE' state='1'>"
+    "<request_time YEAR='2024' MONTH='2' DAY='28' HOUR='8' MIN='0' SEC='0'/></guest_service>"
+    "<guest_service id='2' name='Parking of the car' description='At the door in ten minutes'"
+    " icon='3' delay='15' operarequest='PARKING-REQUEST-CODE' state='0'/>"
+    "<shortcut id='3' shortcut_id='42'/>"
+    "<guest_service id='4' name='Cleaning of linens' description='Back the next morning, pressed'"
+    " icon='2' delay='0' operarequest='LINENS-REQUEST-CODE' state='1'>"
+    "<request_time YEAR='2024' MONTH='2' DAY='28' HOUR='8' MIN='0' SEC='0'/></guest_service>"
+    "<shortcut id='5' shortcut_id='43'/></guest_services>";
+
+World::World(const host::PluginLibrary& plugin, Stage stage)
+    : plugin_(plugin), clock_(kNow), host_(clock_, *this) {
+  qx::Logger::initialize();
+  qx::SetLogLevel("DEBUG");
+  host_.SetForwarder(true);
+  Start(stage);
+}
+
+void World::Start(Stage to, const char* state) {
+  while (stage_ < to) {
+    if (stage_ == Stage::kNone) host_.Create(plugin_);
+    if (stage_ == Stage::kCreated) host_.Initialize(qx::CreateXmlDocument(state)->GetRoot());
+    if (stage_ == Stage::kInitialized) host_.LateInitialize();
+    stage_ = static_cast<Stage>(static_cast<int>(stage_) + 1);
+  }
+}
+
+std::string World::Stop() {
+  stage_ = Stage::kNone;
+  return host_.Destroy();
+}
+
+void World::Sweep() {
+  constexpr std::int64_t kTimerPeriod = 30000;
+  clock_.Advance(kTimerPeriod);
+  clock_.SetWall(kNow * 1000);
+  host_.DeliverExpiry();
+}
+
+std::string World::Run(const std::string& text) {
+  const host::Step step = host::ParseStep(text);
+  host::CmdMessage::Params params;
+  for (const auto& word : step.words) params.emplace(word.key, word.value);
+  if (step.name == "ui") {
+    const auto answer = host_.Request(host::CmdMessage(step.words.at(0).value, params));
+    return answer ? answer->OuterXml() : "";
+  }
+  host::CmdReturn answer;
+  host_.Execute(host::CmdMessage(step.name, params), &answer);
+  return answer.GetValue().value_or("");
+}
+
+Entries World::GetEntries() {
+  Entries entries;
+  if (!host_.HasAgent()) return entries;
+  const auto state = host_.Persist();
+  auto* const children = state->GetIterator();
+  for (auto child = children->GetFirst(); child; child = children->GetNext()) {
+    entries.push_back(child->OuterXml());
+  }
+  return entries;
+}
+
+void World::OnHostCall(const host::HostCall& call) {
+  wasLastCallToArm_ = std::holds_alternative<host::TimerArmed>(call);
+  if (const auto* const fire = std::get_if<host::Fire>(&call)) firedEvents_.push_back(fire->event);
+  if (const auto* const bound = std::get_if<host::Bound>(&call)) {
+    const unsigned int id = bound->message.GetParams().at(0).value;
+    if (bound->message.GetCommand() == "SERVICE_ADDED") knownToDevices_.insert(id);
+    if (bound->message.GetCommand() == "SERVICE_REMOVED") knownToDevices_.erase(id);
+  }
+  if (!onHostCall || isInside_) return;
+  struct Inside {
+    explicit Inside(bool& flag) : flag(flag) { flag = true; }
+    ~Inside() { flag = false; }
+    bool& flag;
+  } const inside(isInside_);
+  onHostCall(call);
+}
+
+const std::vector<Act>& GetActs() {
+  static const std::vector<Act> acts = [] {
+    std::vector<Act> all = {
+        {"create", [](World& w) { w.Start(Stage::kCreated); }, Stage::kNone},
+        {"Initialize", [](World& w) { w.Start(Stage::kInitialized); }, Stage::kCreated, true},
+        {"Initialize with another root", [](World& w) { w.Start(Stage::kInitialized, kOtherRoot); },
+         Stage::kCreated, true},
+        {"LateInitialize", [](World& w) { w.Start(Stage::kRunning); }, Stage::kInitialized},
+        {"sweep", [](World& w) { w.Sweep(); }, Stage::kRunning, true},
+        {"persist", [](World& w) { w.GetHost().Persist(); }},
+        {"item 42 removed", SendItemRemoved},
+        {"another event", SendOtherEvent},
+        {"remove 1 without programming manager", RemoveWithoutProgrammingManager}};
+    for (const char* const step :
+         {kAddingWithLongTexts,
+          "ADD_SERVICE type=shortcut shortcut_id=7",
+          R"(EDIT_SERVICE guest_service='<guest_service id="1" name="All there is" delay="-1"/>')",
+          R"(EDIT_SERVICE guest_service='<guest_service id="2" name="All there is" delay="-1"/>')",
+          "EDIT_SERVICE guest_service='<guest_service id=\"77\"/>'",
+          "EDIT_SERVICE type=shortcut shortcut='<shortcut id=\"5\" shortcut_id=\"44\"/>'",
+          "REMOVE_SERVICE id=2",
+          "REMOVE_SERVICE id=5",
+          "REORDER_SERVICES order=5,4,1,3,2",
+          "REORDER_SERVICES order=5,4",
+          "SEND_REQUEST_EVENT id=1 operarequest=CODE",
+          "SEND_REQUEST_EVENT id=2 operarequest=CODE",
+          "SEND_CANCEL_EVENT id=1",
+          "SEND_CANCEL_EVENT id=2",
+          "GET_ALL_SERVICES",
+          "ui GET_ALL_SERVICES",
+          "GET_SERVICE id=1",
+          "ui GET_SERVICE id=1",
+          "GET_SERVICE_TYPES",
+          "ui GET_SERVICE_TYPES"}) {
+      all.push_back({step, [step](World& w) { w.Run(step); }});
+    }
+    return all;
+  }();
+  return acts;
+}
+
+void ExpectUsable(World& world) {
+  const Entries before = world.GetEntries();
+  world.Run("ADD_SERVICE name=Probe delay=0");
+  const auto ids = GetIds(world);
+  EXPECT_EQ(ids.size(), before.size() + 1);
+  const std::string id = std::to_string(*ids.rbegin());  // the newest is the largest
+  world.TakeFiredEvents();
+  world.Run("SEND_REQUEST_EVENT id=" + id);
+  world.Run("SEND_CANCEL_EVENT id=" + id);
+  EXPECT_EQ(world.TakeFiredEvents().size(), 2U);
+  world.Run("REMOVE_SERVICE id=" + id);
+  EXPECT_EQ(world.GetEntries(), before);
+}
+
+}  // namespace test

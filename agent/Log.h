@@ -4,20 +4,21 @@
 
 #include "platform/platform.h"
 
-/// The source file that the agent's log and assertion records carry.
+/// The source file in the agent's log and assertion records.
 inline constexpr const char* kSourceFile = "ServicesAgent";
 
-/// log4cplus's root logger, bound when the library is loaded.
+/// The root logger of log4cplus, obtained when the plug-in is loaded.
 extern log4cplus::Logger agentLogger;
 
-/// Whether a record of this level is wanted; sets the log up where nobody has.
+/// Returns whether the root logger accepts records of this level. Initializes the logger on first
+/// use.
 inline bool IsLogged(log4cplus::LogLevel level) {
   if (!qx::Logger::hasBeenInitialized) qx::Logger::initialize();
   return agentLogger.isEnabledFor(level);
 }
 
-// A macro, since a record carries the signature of the function that writes it. `text` is made
-// only where it is wanted.
+// A macro, because a record carries the signature of the calling function. `text` is evaluated
+// only if the level is enabled.
 #define AGENT_LOG(level, text)                                                      \
   do {                                                                              \
     if (IsLogged(level)) {                                                          \

@@ -1,4 +1,4 @@
-// What the plug-in exports.
+// The exported functions of the plug-in.
 #include <string>
 #include <vector>
 

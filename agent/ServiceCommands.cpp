@@ -1,4 +1,4 @@
-// The commands that change the list of services, and the notifications of every change.
+// The commands that change the list of services, and the notifications of all changes.
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
@@ -15,8 +15,8 @@ constexpr CI_OWNER_ID_TYPE kOwnerType{3};
 
 bool IsShortcut(const ICmdMessage& message) { return message.GetParam("type") == "shortcut"; }
 
-/// Keeps an id from being given out while a command is at work on it: whoever hears of that may add
-/// a service, and what is said of the one must not be taken for the other.
+/// Reserves the id of a service while a command adds or removes it. A re-entrant ADD_SERVICE then
+/// assigns another id, so that the notifications of the two services cannot be confused.
 class ReservedId {
  public:
   ReservedId(unsigned int& largest, unsigned int id) : largest_(largest), before_(largest) {
@@ -66,7 +66,7 @@ void ServicesAgent::OnCmdEditService(const ICmdMessage& message) {
   AGENT_LOG(log4cplus::DEBUG_LOG_LEVEL, "Editing guest service");
   const auto service = boost::make_shared<GuestService>();
   service->FromString(message.GetParamText("guest_service"));
-  // An id of 0 means that nothing was read.
+  // The id stays 0 if the text is not a document or has no id.
   const auto stored = service->id != 0 ? GetGuestServiceAt(FindServiceIndex(service->id)) : nullptr;
   if (!stored) {
     AGENT_LOG(log4cplus::ERROR_LOG_LEVEL, "Edit Service, service doesn't exist");
@@ -98,7 +98,7 @@ void ServicesAgent::RemoveService(unsigned int id) {
   const ReservedId reserved(largestReservedId_, id);
   RemoveProgramming(id);
   RemoveProgramming(id + kCancelEventOffset);
-  const int index = FindServiceIndex(id);  // the host may have changed the list meanwhile
+  const int index = FindServiceIndex(id);  // a re-entrant command may have changed the list
   if (index < 0) return;
   services_.erase(services_.begin() + index);
   SendIdNotice("service_removed", id);

@@ -1,4 +1,4 @@
-// The guests' requests: made, cancelled, and ended by the sweep.
+// The guests' requests: request, cancellation, and lapse in the periodic sweep.
 #include <cstdint>
 
 #include "agent/Log.h"
@@ -31,7 +31,7 @@ void ServicesAgent::OnCmdSendRequestEvent(const ICmdMessage& message) {
   if (!service || service->state == STATE_REQUESTED) return;
   SendIdNotice("service_state_requested", id);
   AGENT_LOG(log4cplus::INFO_LOG_LEVEL, EventText("sent request event for: ", *service, id));
-  // Whoever heard of it may have edited or removed the service, or made the same request.
+  // A re-entrant command may have edited, removed or requested the service.
   service = GetGuestServiceAt(FindServiceIndexAgain(id, index));
   if (!service || service->state == STATE_REQUESTED) return;
   service->state = STATE_REQUESTED;
@@ -56,7 +56,7 @@ void ServicesAgent::OnCmdSendCancelEvent(const ICmdMessage& message) {
   const unsigned int event = id + kCancelEventOffset;
   SendIdNotice("service_state_canceled", id);
   AGENT_LOG(log4cplus::INFO_LOG_LEVEL, EventText("sent cancel event for: ", *service, event));
-  service = GetGuestServiceAt(FindServiceIndexAgain(id, index));  // as for a request
+  service = GetGuestServiceAt(FindServiceIndexAgain(id, index));  // re-entrant commands
   if (!service || service->state != STATE_REQUESTED) return;
   service->state = STATE_NOT_REQUESTED;
   FireEvent(event);
@@ -67,10 +67,11 @@ void ServicesAgent::OnTimerExpired(ID::Timer, time_t) {
   try {
     AGENT_LOG(log4cplus::DEBUG_LOG_LEVEL, "ServicesAgent::OnTimerExpired");
     std::int64_t now = Now();
-    // By position: whoever hears of a lapse may change the list.
+    // By index: a re-entrant command may change the list, which would leave an iterator dangling.
     for (std::size_t i = 0; i < services_.size(); ++i) {
       const auto* const candidate = dynamic_cast<const GuestService*>(services_[i].get());
       if (candidate == nullptr || !HasRunOut(*candidate, now)) continue;
+      // An owning pointer: a re-entrant removal must not cause a use-after-free.
       const auto service = boost::static_pointer_cast<GuestService>(services_[i]);
       service->state = STATE_NOT_REQUESTED;
       SendIdNotice("service_state_not_requested", service->id);
@@ -80,7 +81,7 @@ void ServicesAgent::OnTimerExpired(ID::Timer, time_t) {
       now = Now();
     }
   } catch (...) {
-    ArmTimer();  // else no request would lapse ever again
+    ArmTimer();  // without it no request would ever lapse again
     throw;
   }
   ArmTimer();

@@ -1,4 +1,4 @@
-// Construction and destruction, start and state, system events, queries.
+// Construction, destruction, start, state, system events and queries.
 #include "agent/ServicesAgent.h"
 
 #include <boost/bind/bind.hpp>
@@ -21,8 +21,8 @@ constexpr ItemType kShortcutTarget{7};
 
 using ItemRemovedData = qx::SystemEventData4<unsigned int, unsigned int, ItemType, unsigned int>;
 
-/// Carries out one step of a withdrawal. Whatever the host throws, the steps after it follow:
-/// a destruction has nobody to tell.
+/// Runs one clean-up step and discards its exception, so that the remaining steps run too. A
+/// destructor cannot report a failure.
 template <typename Step>
 void Withdraw(const Step& step) noexcept {
   try {
@@ -113,7 +113,7 @@ void ServicesAgent::LateInitialize() {
 void ServicesAgent::ArmTimer() {
   constexpr unsigned int kPeriod = 30;
   constexpr unsigned int kUnit = 2;
-  timer_ = 0;  // the last one has expired, and if arming fails the host may give its id to others
+  timer_ = 0;  // the timer has expired: if AddTimer throws, the host may reuse the id
   timer_ = AddTimer(kPeriod, kUnit, true);
 }
 

@@ -10,17 +10,19 @@
 #include "services/GuestServiceBase.h"
 #include "services/ShortcutService.h"
 
-/// The identity under which other components can look the agent up; it has no operations.
+/// The interface that the agent registers with the instance manager. It has no operations.
 class IServicesAgent {};
 
-/// The agent: the list of a property's services, the commands that change and query it, and the
-/// guests' requests. What a record's reader, a number's conversion or the host throws reaches the
-/// host, and no entry is half changed then; docs/guarantees.md says what holds call by call.
-/// [host call]
+/// The agent. It keeps the list of a property's services, carries out the commands that query and
+/// change the list, and ends requests after their delay.
+///
+/// Exceptions of the records, of number conversions and of calls out pass through to the host. None
+/// leaves an entry half changed. The host may make re-entrant calls from inside any call out, but
+/// must not destroy the agent there. docs/guarantees.md has the details for each call. [host call]
 class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystemEventCallback {
  public:
-  /// Registers the agent's identity, commands and event listener. Throws what a registration
-  /// throws; nothing stays registered then.
+  /// Registers the agent's interface, commands and event listener. If a registration throws, the
+  /// exception passes through and nothing stays registered.
   explicit ServicesAgent(IInstanceManager& instanceManager);
   ~ServicesAgent() override;
   ServicesAgent(const ServicesAgent&) = delete;
@@ -29,9 +31,11 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
   // QxBaseDriver
   void LateInitialize() override;
   boost::shared_ptr<qx::XmlNode> GetPersistXml() override;
-  /// Ends a request whose delay has run out, and arms the timer anew.
+  /// The periodic sweep: ends each request whose delay is over. Re-arms the timer, also when the
+  /// sweep throws.
   void OnTimerExpired(ID::Timer, time_t) override;
-  /// Restores the list from `state`; an entry that cannot be read throws, and those before it stay.
+  /// Restores the list from `state`. An entry that cannot be read throws; the entries before it
+  /// stay in the list.
   int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
                  boost::shared_ptr<qx::XmlNode> state) override;
 
@@ -40,8 +44,8 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
 
  private:
   static constexpr unsigned int kBindingId = 100;
-  /// A service's request fires the programming event with its id; the cancellation fires the event
-  /// this much further on.
+  /// A request fires the programming event with the service's id, a cancellation the event with the
+  /// id plus this offset.
   static constexpr unsigned int kCancelEventOffset = 10000;
 
   // Start
@@ -72,12 +76,13 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
   void RemoveService(unsigned int id);
   void RemoveProgramming(ID::Item item);
 
-  // The registry. Look-ups walk the list and take the first match.
+  // The list. A look-up is a linear search for the first match.
   int FindServiceIndex(unsigned int id) const;
-  /// Finds a service that was at `index` before the host was called; it may have changed the list.
+  /// Repeats a look-up after a call out, in which a re-entrant command may have changed the list.
+  /// `index` is the previous result.
   int FindServiceIndexAgain(unsigned int id, int index) const;
   GuestServiceBase::Ptr GetService(unsigned int id) const;
-  /// Empty if a shortcut is there, or for -1.
+  /// Returns null for a shortcut, and for an `index` of -1.
   boost::shared_ptr<GuestService> GetGuestServiceAt(int index) const;
   void SetService(const GuestServiceBase::Ptr& service);
   void AppendService(const GuestServiceBase::Ptr& service);
@@ -92,6 +97,6 @@ class ServicesAgent : public QxBaseDriver, public IServicesAgent, public ISystem
   void SendBoundNotice(const char* name, unsigned int id) const;
 
   std::vector<GuestServiceBase::Ptr> services_;  // in display order
-  ID::Timer timer_ = 0;                          // 0: none is armed
-  unsigned int largestReservedId_ = 0;           // of the commands at work; 0: none is
+  ID::Timer timer_ = 0;                          // 0: no timer is armed
+  unsigned int largestReservedId_ = 0;           // by running commands; 0: none
 };

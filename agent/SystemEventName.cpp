@@ -4,7 +4,7 @@
 
 namespace {
 
-// By code; a null is a code without a name.
+// Indexed by event code. Null: the code has no name.
 constexpr std::array<const char*, 122> kNames = {
     nullptr,  // 0
     "OnAll",

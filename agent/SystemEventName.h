@@ -1,4 +1,4 @@
 #pragma once
 
-/// The name of a system event; "Unknown" for a code that has none. Never null.
+/// Returns the name of a system event, or "Unknown" for a code without a name. Never null.
 const char* GetSystemEventName(unsigned int code);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Writes the number and the character that follows it; returns where they end.
+/// Writes the number, padded with zeros to `width`, and the character `next`. Returns the end.
 char* WriteNumber(char* text, int number, int width, char next) {
   char digits[16];
   char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
@@ -16,8 +16,8 @@ char* WriteNumber(char* text, int number, int width, char next) {
   return text;
 }
 
-/// Reads MM/DD/YYYY HH:MM:SS by position; the separators are not looked at, and the seconds may be
-/// cut short.
+/// Parses MM/DD/YYYY HH:MM:SS by position and ignores the separators. The seconds may have fewer
+/// digits. Throws `std::out_of_range` for a text of less than 17 characters.
 QxTime ParseDateTime(const std::string& text) {
   constexpr std::size_t kSecondPosition = 17;
   if (text.size() < kSecondPosition) throw std::out_of_range("basic_string::substr");

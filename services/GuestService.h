@@ -10,7 +10,7 @@ enum ServiceState : int { STATE_NOT_REQUESTED = 0, STATE_REQUESTED = 1 };
 /// A service that guests can request.
 class GuestService : public GuestServiceBase {
  public:
-  /// A `delay` that means that a request never lapses by time.
+  /// The `delay` of a service whose requests never lapse.
   static constexpr int NEVER_LAPSES = -1;
 
   GuestService() = default;
@@ -25,12 +25,12 @@ class GuestService : public GuestServiceBase {
   /// `request_time` as MM/DD/YYYY HH:MM:SS.
   std::string GetRequestTimeString() const;
 
-  // In this order no byte is lost between them.
+  // This order avoids padding.
   int icon = 0;
   int delay = 0;  // minutes that a request stays open
   int state = STATE_NOT_REQUESTED;
   CompactText name;
   CompactText description;
   CompactText operarequest;
-  QxTime request_time;  // when the service last became requested
+  QxTime request_time;  // of the last request
 };

@@ -4,8 +4,8 @@
 
 #include "platform/platform.h"
 
-/// The catalogue of service types that is offered to user interfaces. `Undefined` stands for every
-/// other id and is not offered.
+/// The catalogue of service types for user interfaces. `Undefined` stands for every other id and is
+/// not in the catalogue.
 enum ServiceType : int {
   HouseKeeping,
   Bellman,
@@ -18,8 +18,8 @@ enum ServiceType : int {
   Undefined
 };
 
-/// The name of a service type; "Undefined" for any id outside the catalogue.
+/// Returns the name of a service type, or "Undefined" for an id outside the catalogue.
 const char* GetServiceTypeName(int id);
 
-/// A new "service_types" element with the catalogue.
+/// Returns a new "service_types" element with the catalogue.
 boost::shared_ptr<qx::XmlNode> GetServiceTypesXml();

@@ -14,7 +14,7 @@ class ShortcutService : public GuestServiceBase {
   ServiceKind GetKind() const override { return KIND_SHORTCUT; }
   void FromString(const std::string& text) override { ReadText(text); }
   void FromXml(const boost::shared_ptr<qx::XmlNode>& element) override;
-  /// A shortcut has no request time: the argument changes nothing.
+  /// Ignores the argument: a shortcut has no request time.
   boost::shared_ptr<qx::XmlNode> ToXml(bool dateTimeAsText) const override;
 
   ID::Item shortcut_id = 0;  // the item that the shortcut stands for

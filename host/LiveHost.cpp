@@ -9,7 +9,7 @@
 #include "host/session/Step.h"
 #include "host/session/StepHelp.h"
 #include "host/session/Transcript.h"
-#include "host/web/PageClient.h"
+#include "host/web/Client.h"
 
 namespace host {
 namespace {

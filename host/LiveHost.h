@@ -10,7 +10,7 @@
 
 #include "host/console/Console.h"
 #include "host/live/LiveSession.h"
-#include "host/web/PageServer.h"
+#include "host/web/Server.h"
 
 namespace host {
 

@@ -11,7 +11,7 @@
 #include "host/live/LiveSession.h"
 #include "host/session/Replay.h"
 #include "host/session/StepHelp.h"
-#include "host/web/PageAccess.h"
+#include "host/web/Access.h"
 #include "tests/support/Plugin.h"
 #include "tests/support/Program.h"
 

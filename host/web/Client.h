@@ -7,7 +7,7 @@
 #include <deque>
 #include <memory>
 
-#include "host/web/PageServer.h"
+#include "host/web/Server.h"
 
 namespace host {
 

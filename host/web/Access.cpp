@@ -1,4 +1,4 @@
-#include "host/web/PageAccess.h"
+#include "host/web/Access.h"
 
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>

@@ -1,9 +1,9 @@
-#include "host/web/PageServer.h"
+#include "host/web/Server.h"
 
 #include <utility>
 
-#include "host/web/PageClient.h"
-#include "host/web/PageConnection.h"
+#include "host/web/Client.h"
+#include "host/web/Connection.h"
 
 namespace host {
 

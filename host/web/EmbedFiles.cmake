@@ -1,5 +1,5 @@
 # Writes the C++ source that holds the files of a directory:
-#   cmake -DPAGE_DIR=... -DOUTPUT=... -P EmbedPage.cmake
+#   cmake -DPAGE_DIR=... -DOUTPUT=... -P EmbedFiles.cmake
 set(type_html "text/html; charset=utf-8")
 set(type_js "text/javascript; charset=utf-8")
 set(type_css "text/css; charset=utf-8")
@@ -24,7 +24,7 @@ foreach(name IN LISTS names)
   math(EXPR number "${number} + 1")
 endforeach()
 
-file(WRITE "${OUTPUT}" "#include \"host/web/PageFiles.h\"
+file(WRITE "${OUTPUT}" "#include \"host/web/EmbeddedFile.h\"
 
 namespace host {
 namespace {

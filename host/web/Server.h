@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "host/web/PageAccess.h"
+#include "host/web/Access.h"
 
 namespace host {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/web/PageServer.h"
+#include "host/web/Server.h"
 
 namespace host {
 

@@ -1,12 +1,12 @@
-#include "host/web/PageConnection.h"
+#include "host/web/Connection.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 #include <chrono>
 #include <utility>
 
-#include "host/web/PageClient.h"
-#include "host/web/PageFiles.h"
+#include "host/web/Client.h"
+#include "host/web/EmbeddedFile.h"
 
 namespace host {
 namespace {

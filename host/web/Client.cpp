@@ -1,4 +1,4 @@
-#include "host/web/PageClient.h"
+#include "host/web/Client.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>

@@ -28,12 +28,12 @@ int main() {
   const host::CmdMessage cancel = bench::MakeCommand("SEND_CANCEL_EVENT", kServices);
   const host::CmdMessage query("GET_ALL_SERVICES", {});
   Count("request", [&] {
-    agent.host.Execute(request, nullptr);
-    agent.host.Execute(cancel, nullptr);
+    agent.GetHost().Execute(request, nullptr);
+    agent.GetHost().Execute(cancel, nullptr);
   });
   Count("sweep", [&] { agent.Sweep(); });
   Count("reply", [&] {
     host::CmdReturn reply;
-    agent.host.Execute(query, &reply);
+    agent.GetHost().Execute(query, &reply);
   });
 }

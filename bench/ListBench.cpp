@@ -29,8 +29,8 @@ void RequestAndCancel(benchmark::State& state) {
   const host::CmdMessage request = MakeCommand("SEND_REQUEST_EVENT", count);
   const host::CmdMessage cancel = MakeCommand("SEND_CANCEL_EVENT", count);
   for (auto _ : state) {
-    agent.host.Execute(request, nullptr);
-    agent.host.Execute(cancel, nullptr);
+    agent.GetHost().Execute(request, nullptr);
+    agent.GetHost().Execute(cancel, nullptr);
   }
 }
 BENCHMARK(RequestAndCancel)->Name("request/agent")->RangeMultiplier(10)->Range(100, 10'000);

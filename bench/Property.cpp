@@ -73,7 +73,7 @@ const std::string& GetReply(std::size_t count) {
 const std::string& GetState(std::size_t count) {
   static std::map<std::size_t, std::string> states;
   std::string& state = states[count];
-  if (state.empty()) state = RunningAgent(GetReply(count)).host.Persist()->OuterXml();
+  if (state.empty()) state = RunningAgent(GetReply(count)).GetHost().Persist()->OuterXml();
   return state;
 }
 

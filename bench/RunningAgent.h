@@ -2,31 +2,14 @@
 
 #include <string>
 
-#include "host/engine/Clock.h"
-#include "host/engine/CmdMessage.h"
-#include "host/engine/Host.h"
+#include "tests/support/Harness.h"
 
 namespace bench {
 
-/// The built plug-in, loaded once.
-const host::PluginLibrary& GetPlugin();
-
-/// Hears of every call and does nothing.
-class SilentListener : public host::IHostListener {
- public:
-  void OnHostCall(const host::HostCall&) override {}
-};
-
-/// An agent of the built plug-in, with logging off, on a clock that stands still.
-struct RunningAgent {
-  explicit RunningAgent(const std::string& state, const host::PluginLibrary& plugin = GetPlugin());
-
-  /// Has the timer expire without moving the time of day.
-  void Sweep();
-
-  host::ManualClock clock;
-  SilentListener listener;
-  host::Host host;
+/// A harness with a running agent, at the moment of its services' requests; with logging off.
+struct RunningAgent : test::Harness {
+  explicit RunningAgent(const std::string& state,
+                        const host::PluginLibrary& plugin = test::GetPlugin());
 };
 
 /// A "SEND_REQUEST_EVENT" or "SEND_CANCEL_EVENT" for a service.

@@ -15,11 +15,11 @@ void ReplyByAgent(benchmark::State& state) {
   RunningAgent agent(GetState(count));
   const host::CmdMessage message("GET_ALL_SERVICES", {});
   host::CmdReturn reply;
-  agent.host.Execute(message, &reply);
+  agent.GetHost().Execute(message, &reply);
   if (reply.GetValue() != GetReply(count)) return state.SkipWithError("another text");
   for (auto _ : state) {
     host::CmdReturn answer;
-    agent.host.Execute(message, &answer);
+    agent.GetHost().Execute(message, &answer);
     benchmark::DoNotOptimize(answer);
   }
 }
@@ -35,20 +35,17 @@ void Write(benchmark::State& state, std::string (*write)(const std::vector<Recor
 void StartAgent(benchmark::State& state) {
   const auto count = static_cast<std::size_t>(state.range(0));
   const std::string& text = GetState(count);
-  if (RunningAgent(text).host.Persist()->OuterXml() != text) {
+  if (RunningAgent(text).GetHost().Persist()->OuterXml() != text) {
     return state.SkipWithError("another list");
   }
-  host::ManualClock clock(kRequestTime);
-  SilentListener listener;
-  std::optional<host::Host> host;
+  std::optional<test::Harness> agent;
   for (auto _ : state) {
     state.PauseTiming();
-    host.reset();
-    host.emplace(clock, listener);
-    host->Create(GetPlugin());
+    agent.reset();
+    agent.emplace(kRequestTime, "OFF");
+    agent->Start(test::Stage::kCreated, "");
     state.ResumeTiming();
-    host->Initialize(qx::CreateXmlDocument(text)->GetRoot());
-    host->LateInitialize();
+    agent->Start(test::Stage::kRunning, text);
   }
 }
 

@@ -6,18 +6,14 @@
 #include <boost/lexical_cast.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <stdexcept>
 
 #include "host/session/Transcript.h"
 #include "platform/Dispatchers.h"
-#include "platform/Logger.h"
 #include "platform/xml/XmlNode.h"
 
 namespace fuzz {
 namespace {
-
-constexpr std::int64_t kFirstMoment = 1709283600;
 
 /// Whether an agent carries out `action`: what it throws by design is no finding.
 template <typename Action>
@@ -33,16 +29,6 @@ bool Succeeds(const Action& action) {
 }
 
 }  // namespace
-
-const host::PluginLibrary& GetPlugin() {
-  static const host::PluginLibrary plugin = [] {
-    setenv("TZ", "UTC", 1);
-    tzset();
-    qx::Logger::initialize();
-    return host::PluginLibrary(PLUGIN_PATH);
-  }();
-  return plugin;
-}
 
 void Require(bool holds, const std::string& what) {
   if (holds) return;
@@ -65,33 +51,16 @@ void RequireSound(const std::string& line) {
   }
 }
 
-std::vector<unsigned int> IdsOf(const std::string& list) {
-  const auto document = qx::CreateXmlDocument(list);
-  Require(document != nullptr, "cannot be read: " + list);
-  std::vector<unsigned int> ids;
-  const auto root = document->GetRoot();
-  auto* const entries = root->GetIterator();
-  for (auto entry = entries->GetFirst(); entry; entry = entries->GetNext()) {
-    Require(entry->HasAttribute("id"), "an entry without id: " + list);
-    ids.push_back(static_cast<unsigned int>(entry->GetAttributeNumber("id")));
-  }
-  return ids;
-}
-
 bool AreUnique(std::vector<unsigned int> ids) {
   std::sort(ids.begin(), ids.end());
   return std::adjacent_find(ids.begin(), ids.end()) == ids.end();
 }
 
-Agent::Agent() : clock_(kFirstMoment), host_(clock_, *this) { qx::SetLogLevel("DEBUG"); }
-
 void Agent::Start(const std::string& state) {
-  const std::string left = host_.Destroy();
+  const std::string left = Stop();
   Require(left.empty(), "left registered: " + left);
-  host_.Create(GetPlugin());
-  const auto document = qx::CreateXmlDocument(state);
-  Succeeds([&] { host_.Initialize(document ? document->GetRoot() : nullptr); });
-  host_.LateInitialize();
+  Succeeds([&] { Harness::Start(test::Stage::kInitialized, state); });
+  GetHost().LateInitialize();
 }
 
 void Agent::Restart() {
@@ -103,7 +72,7 @@ void Agent::Restart() {
 
 bool Agent::Execute(const host::CmdMessage& message) {
   host::CmdReturn answer;
-  const bool isDone = Succeeds([&] { host_.Execute(message, &answer); });
+  const bool isDone = Succeeds([&] { GetHost().Execute(message, &answer); });
   // The element of an unknown service has no text.
   if (answer.GetValue() && !answer.GetValue()->empty()) RequireWellFormed(*answer.GetValue());
   return isDone;
@@ -111,13 +80,13 @@ bool Agent::Execute(const host::CmdMessage& message) {
 
 bool Agent::Request(const host::CmdMessage& message) {
   boost::shared_ptr<qx::XmlNode> answer;
-  const bool isDone = Succeeds([&] { answer = host_.Request(message); });
+  const bool isDone = Succeeds([&] { answer = GetHost().Request(message); });
   if (answer && !answer->GetName().empty()) RequireWellFormed(answer->OuterXml());
   return isDone;
 }
 
 std::string Agent::Persist() {
-  std::string text = host_.Persist()->OuterXml();
+  std::string text = GetHost().Persist()->OuterXml();
   RequireWellFormed(text);
   return text;
 }
@@ -128,6 +97,6 @@ void Agent::OnHostCall(const host::HostCall& call) { RequireSound(host::FormatLi
 
 /// Loads the plug-in before libFuzzer counts what there is to cover.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  fuzz::GetPlugin();
+  const fuzz::Agent agent;
   return 0;
 }

@@ -3,15 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "host/engine/Clock.h"
-#include "host/engine/CmdMessage.h"
-#include "host/engine/Host.h"
-#include "host/engine/PluginLibrary.h"
+#include "tests/support/Harness.h"
 
 namespace fuzz {
-
-/// The built plug-in, loaded once. The process's time zone is UTC from then on.
-const host::PluginLibrary& GetPlugin();
 
 /// Ends the process with `what` as the finding, unless `holds`.
 void Require(bool holds, const std::string& what);
@@ -22,17 +16,13 @@ void RequireWellFormed(const std::string& text);
 /// Requires that a transcript's line is one, and that the XML in it is well-formed.
 void RequireSound(const std::string& line);
 
-/// The ids of the entries of a "guest_services" text, in their order.
-std::vector<unsigned int> IdsOf(const std::string& list);
-
 bool AreUnique(std::vector<unsigned int> ids);
 
-/// A host with an agent, on a clock that starts at 2024-03-01 09:00:00 UTC. Every text that the
-/// agent hands out is required to be well-formed. What no input may make the agent throw ends the
-/// process.
-class Agent : private host::IHostListener {
+/// A harness that requires every text that the agent hands out to be well-formed. What no input may
+/// make the agent throw ends the process.
+class Agent : public test::Harness {
  public:
-  Agent();
+  Agent() : Harness(test::kStart, "DEBUG") {}
 
   /// Starts an agent in place of the one that there may be, which must leave nothing registered. A
   /// state that does not parse is none, and an entry that cannot be read ends the reading.
@@ -48,14 +38,8 @@ class Agent : private host::IHostListener {
   /// The text of the state to persist.
   std::string Persist();
 
-  host::Host& GetHost() { return host_; }
-  host::ManualClock& GetClock() { return clock_; }
-
  private:
   void OnHostCall(const host::HostCall& call) override;
-
-  host::ManualClock clock_;
-  host::Host host_;
 };
 
 }  // namespace fuzz

@@ -141,7 +141,7 @@ class Run {
 
   void StartWith(const std::string& state) {
     agent_.Start(state);
-    isUnique_ = fuzz::AreUnique(fuzz::IdsOf(agent_.Persist()));
+    isUnique_ = fuzz::AreUnique(agent_.GetIds());
     Check();
   }
 
@@ -157,7 +157,7 @@ class Run {
   /// Ids stay unique if they were at the start and have not been counted to their end.
   void Check() {
     list_ = agent_.Persist();
-    const auto ids = fuzz::IdsOf(list_);
+    const auto ids = agent_.GetIds();
     fuzz::Require(!isUnique_ || fuzz::AreUnique(ids), "an id twice: " + list_);
     constexpr unsigned int kLast = std::numeric_limits<unsigned int>::max();
     isUnique_ = isUnique_ && std::find(ids.begin(), ids.end(), kLast) == ids.end();

@@ -48,12 +48,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Require(Join(scenario) == (endsLine ? text : text + '\n'), "not read as it was written");
   if (!IsShort(scenario)) return 0;
 
-  const host::Scenario replayed = host::ReplayScenario(fuzz::GetPlugin(), scenario, false, nullptr);
+  const host::Scenario replayed = host::ReplayScenario(test::GetPlugin(), scenario, false, nullptr);
   for (const auto& block : replayed.GetBlocks()) {
     for (const std::string& line : block.lines) fuzz::RequireSound(line);
   }
   const host::Scenario read = host::Scenario::Parse(Join(replayed), "file");
-  const host::Scenario again = host::ReplayScenario(fuzz::GetPlugin(), read, false, nullptr);
+  const host::Scenario again = host::ReplayScenario(test::GetPlugin(), read, false, nullptr);
   fuzz::Require(Join(again) == Join(replayed),
                 "replayed " + Join(replayed) + ", then " + Join(again));
   return 0;

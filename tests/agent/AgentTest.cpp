@@ -8,7 +8,7 @@
 
 #include "platform/IHost.h"
 #include "platform/QxBaseDriver.h"
-#include "tests/support/World.h"
+#include "tests/support/Acts.h"
 
 namespace test {
 namespace {

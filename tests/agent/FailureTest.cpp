@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "host/session/Transcript.h"
+#include "tests/support/Acts.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/World.h"
 
 namespace test {
 namespace {

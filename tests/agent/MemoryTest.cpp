@@ -9,8 +9,8 @@
 #include <string>
 
 #include "platform/IHost.h"
+#include "tests/support/Acts.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/World.h"
 
 namespace test {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "tests/support/World.h"
+#include "tests/support/Acts.h"
 
 namespace test {
 namespace {

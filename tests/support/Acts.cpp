@@ -1,17 +1,10 @@
-#include "tests/support/World.h"
+#include "tests/support/Acts.h"
 
 #include <gtest/gtest.h>
-
-#include <utility>
-
-#include "host/engine/CmdMessage.h"
-#include "host/session/Step.h"
-#include "platform/Logger.h"
 
 namespace test {
 namespace {
 
-constexpr std::int64_t kNow = 1709283600;  // 2024-03-01 09:00:00 UTC
 constexpr const char* kAddingWithLongTexts =
     "ADD_SERVICE name='Airing of the duvet' description='On the balcony, in the sun'"
     " operarequest=AIRING-REQUEST-CODE";
@@ -33,16 +26,6 @@ void RemoveWithoutProgrammingManager(World& world) {
   world.Run("REMOVE_SERVICE id=1");
 }
 
-std::set<unsigned int> GetIds(World& world) {
-  std::set<unsigned int> ids;
-  for (const std::string& entry : world.GetEntries()) {
-    const auto element = qx::CreateXmlDocument(entry)->GetRoot();
-    const auto id = static_cast<unsigned int>(element->GetAttributeNumber("id"));
-    EXPECT_TRUE(ids.insert(id).second) << "id " << id << " is there twice";
-  }
-  return ids;
-}
-
 }  // namespace
 
 const char* const kFiveServices =
@@ -58,57 +41,9 @@ const char* const kFiveServices =
     "<request_time YEAR='2024' MONTH='2' DAY='28' HOUR='8' MIN='0' SEC='0'/></guest_service>"
     "<shortcut id='5' shortcut_id='43'/></guest_services>";
 
-World::World(const host::PluginLibrary& plugin, Stage stage)
-    : plugin_(plugin), clock_(kNow), host_(clock_, *this) {
-  qx::Logger::initialize();
-  qx::SetLogLevel("DEBUG");
-  host_.SetForwarder(true);
+World::World(const host::PluginLibrary& plugin, Stage stage) : Harness(kStart, "DEBUG", plugin) {
+  GetHost().SetForwarder(true);
   Start(stage);
-}
-
-void World::Start(Stage to, const char* state) {
-  while (stage_ < to) {
-    if (stage_ == Stage::kNone) host_.Create(plugin_);
-    if (stage_ == Stage::kCreated) host_.Initialize(qx::CreateXmlDocument(state)->GetRoot());
-    if (stage_ == Stage::kInitialized) host_.LateInitialize();
-    stage_ = static_cast<Stage>(static_cast<int>(stage_) + 1);
-  }
-}
-
-std::string World::Stop() {
-  stage_ = Stage::kNone;
-  return host_.Destroy();
-}
-
-void World::Sweep() {
-  constexpr std::int64_t kTimerPeriod = 30000;
-  clock_.Advance(kTimerPeriod);
-  clock_.SetWall(kNow * 1000);
-  host_.DeliverExpiry();
-}
-
-std::string World::Run(const std::string& text) {
-  const host::Step step = host::ParseStep(text);
-  host::CmdMessage::Params params;
-  for (const auto& word : step.words) params.emplace(word.key, word.value);
-  if (step.name == "ui") {
-    const auto answer = host_.Request(host::CmdMessage(step.words.at(0).value, params));
-    return answer ? answer->OuterXml() : "";
-  }
-  host::CmdReturn answer;
-  host_.Execute(host::CmdMessage(step.name, params), &answer);
-  return answer.GetValue().value_or("");
-}
-
-Entries World::GetEntries() {
-  Entries entries;
-  if (!host_.HasAgent()) return entries;
-  const auto state = host_.Persist();
-  auto* const children = state->GetIterator();
-  for (auto child = children->GetFirst(); child; child = children->GetNext()) {
-    entries.push_back(child->OuterXml());
-  }
-  return entries;
 }
 
 void World::OnHostCall(const host::HostCall& call) {
@@ -172,9 +107,11 @@ const std::vector<Act>& GetActs() {
 void ExpectUsable(World& world) {
   const Entries before = world.GetEntries();
   world.Run("ADD_SERVICE name=Probe delay=0");
-  const auto ids = GetIds(world);
+  const auto ids = world.GetIds();
   EXPECT_EQ(ids.size(), before.size() + 1);
-  const std::string id = std::to_string(*ids.rbegin());  // the newest is the largest
+  EXPECT_EQ(std::set(ids.begin(), ids.end()).size(), ids.size())
+      << "an id twice: " << testing::PrintToString(ids);
+  const std::string id = std::to_string(ids.back());
   world.TakeFiredEvents();
   world.Run("SEND_REQUEST_EVENT id=" + id);
   world.Run("SEND_CANCEL_EVENT id=" + id);

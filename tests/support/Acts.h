@@ -6,46 +6,28 @@
 #include <utility>
 #include <vector>
 
-#include "host/engine/Clock.h"
-#include "host/engine/Host.h"
-#include "host/engine/HostCall.h"
-#include "host/engine/PluginLibrary.h"
+#include "tests/support/Harness.h"
 
 namespace test {
-
-using Entries = std::vector<std::string>;  // the persisted list, an element each
-
-/// How far an agent's life has come.
-enum class Stage { kNone, kCreated, kInitialized, kRunning };
 
 /// Five services: two with requests whose time has run out, one without a request, two shortcuts.
 extern const char* const kFiveServices;
 
-/// A host with an agent. Every log record is wanted, and a forwarder is there.
-class World : private host::IHostListener {
+/// A harness that keeps what the agent tells others. Every log record is wanted, and a forwarder is
+/// there.
+class World : public Harness {
  public:
-  /// `plugin` must outlive the world. Its wall clock stands still.
+  /// `plugin` must outlive the world.
   World(const host::PluginLibrary& plugin, Stage stage);
-  ~World() override = default;
 
   /// Takes the agent on to a stage; its list is `state`'s if it is initialized on the way.
-  void Start(Stage to, const char* state = kFiveServices);
-  /// Ends the agent's life; returns what it has left registered.
-  std::string Stop();
-  /// Has the timer expire.
-  void Sweep();
-  /// Hands over a command, or a request if "ui" stands before it, written as a scenario's step.
-  /// Returns the answer.
-  std::string Run(const std::string& step);
+  void Start(Stage to, const char* state = kFiveServices) { Harness::Start(to, state); }
 
-  /// The list as the agent would persist it; empty without an agent.
-  Entries GetEntries();
   /// The guest services that a device knows of, which heard of all before the start.
   const std::set<unsigned int>& GetKnownToDevices() const { return knownToDevices_; }
   /// The events that were fired since the last call.
   std::vector<unsigned int> TakeFiredEvents() { return std::exchange(firedEvents_, {}); }
   bool WasLastCallToArm() const { return wasLastCallToArm_; }
-  host::Host& GetHost() { return host_; }
 
   /// Called from inside each call that the agent makes of the host, before it is carried out, but
   /// not from inside those that follow from what it does itself.
@@ -54,14 +36,10 @@ class World : private host::IHostListener {
  private:
   void OnHostCall(const host::HostCall& call) override;
 
-  const host::PluginLibrary& plugin_;
-  Stage stage_ = Stage::kNone;
-  host::ManualClock clock_;
   std::set<unsigned int> knownToDevices_ = {1, 2, 4};
   std::vector<unsigned int> firedEvents_;
   bool wasLastCallToArm_ = false;
   bool isInside_ = false;
-  host::Host host_;
 };
 
 /// Something that is done to an agent.

@@ -60,19 +60,19 @@ LiveHost::LiveHost(const Options& options)
 }
 
 void LiveHost::Listen(const Options& options) {
-  PageServer::Events events;
-  events.onClient = [this](PageClient& client) { OnClient(client); };
-  events.onLine = [this](PageClient& client, const std::string& line) {
+  web::Server::Events events;
+  events.onClient = [this](web::Client& client) { OnClient(client); };
+  events.onLine = [this](web::Client& client, const std::string& line) {
     OnClientLine(client, line);
   };
   events.getScenario = [this] {
     CatchUp();
     return session_.GetScenario();
   };
-  PageAccess access(options.proxyNames);
+  web::Access access(options.proxyNames);
   try {
-    server_ = std::make_shared<PageServer>(io_, ParseListen(options.listen), std::move(access),
-                                           std::move(events));
+    server_ = std::make_shared<web::Server>(io_, web::ParseListen(options.listen),
+                                            std::move(access), std::move(events));
   } catch (const std::exception& error) {
     throw std::runtime_error("--listen " + options.listen + ": " + error.what());
   }
@@ -138,7 +138,7 @@ void LiveHost::RunConsoleStep(const std::string& text) {
   }
 }
 
-void LiveHost::OnClientLine(PageClient& client, const std::string& line) {
+void LiveHost::OnClientLine(web::Client& client, const std::string& line) {
   CatchUp();
   try {
     const Step step = ParseLine(line);
@@ -153,12 +153,12 @@ void LiveHost::OnClientLine(PageClient& client, const std::string& line) {
   }
 }
 
-void LiveHost::OnClient(PageClient& client) {
+void LiveHost::OnClient(web::Client& client) {
   CatchUp();
   client.Send(GetClockLine());
   client.Send(GetHealthLine());
   for (const std::string& notice : session_.GetNotices()) client.Send("! notice " + Quote(notice));
-  for (const SharedLine& line : recent_) client.Send(line);
+  for (const web::SharedLine& line : recent_) client.Send(line);
   client.Send("! replay-end");
 }
 
@@ -169,7 +169,7 @@ void LiveHost::CatchUp() {
   ArmTimer();
 }
 
-void LiveHost::RunStep(const std::string& text, bool isRequest, PageClient* client) {
+void LiveHost::RunStep(const std::string& text, bool isRequest, web::Client* client) {
   // What a page asks for its own sake would drown what happened.
   const bool isRecorded = !isRequest || client == nullptr;
   const auto lines = session_.RunStep(text, isRecorded);

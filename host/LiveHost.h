@@ -37,13 +37,13 @@ class LiveHost {
   void OnSignals();
   void OnConsoleLine(const std::string& line);
   void RunConsoleStep(const std::string& text);
-  void OnClient(PageClient& client);
-  void OnClientLine(PageClient& client, const std::string& line);
+  void OnClient(web::Client& client);
+  void OnClientLine(web::Client& client, const std::string& line);
 
   /// Lets the agent have what is due, and tells what came of it.
   void CatchUp();
   /// Carries out a step of a client, or of the console where that is null.
-  void RunStep(const std::string& text, bool isRequest, PageClient* client);
+  void RunStep(const std::string& text, bool isRequest, web::Client* client);
   void Reload(bool isNewToConsole);
   void ArmTimer();
   void TellTimeRegularly();
@@ -61,12 +61,12 @@ class LiveHost {
   LiveSession session_;
   const std::string pluginPath_;
   Console console_;
-  std::shared_ptr<PageServer> server_;  // null without a page
+  std::shared_ptr<web::Server> server_;  // null without a page
   boost::asio::signal_set signals_;
   boost::asio::steady_timer due_;
   boost::asio::steady_timer clock_;
 
-  std::deque<SharedLine> recent_;
+  std::deque<web::SharedLine> recent_;
   std::size_t recentSize_ = 0;
   std::string toldHealth_;
   std::size_t toldNotices_ = 0;

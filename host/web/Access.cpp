@@ -6,7 +6,7 @@
 #include <charconv>
 #include <stdexcept>
 
-namespace host {
+namespace web {
 namespace {
 
 bool IsDigits(std::string_view text) {
@@ -52,7 +52,7 @@ boost::asio::ip::tcp::endpoint ParseListen(const std::string& text) {
   return {parsed, port};
 }
 
-PageAccess::PageAccess(const std::vector<std::string>& proxyNames)
+Access::Access(const std::vector<std::string>& proxyNames)
     : names_{"localhost", "127.0.0.1", "[::1]"} {
   for (const std::string& name : proxyNames) {
     const std::string lower = boost::algorithm::to_lower_copy(name);
@@ -64,12 +64,12 @@ PageAccess::PageAccess(const std::vector<std::string>& proxyNames)
   }
 }
 
-bool PageAccess::IsHostAllowed(std::string_view host) const {
+bool Access::IsHostAllowed(std::string_view host) const {
   const std::string name = NameOf(host);
   return Contains(names_, name) || Contains(proxyNames_, name);
 }
 
-bool PageAccess::IsOriginAllowed(std::string_view origin, std::string_view host) const {
+bool Access::IsOriginAllowed(std::string_view origin, std::string_view host) const {
   if (origin.empty()) return true;
   const std::size_t scheme = origin.find("://");
   if (scheme == std::string_view::npos) return false;
@@ -77,4 +77,4 @@ bool PageAccess::IsOriginAllowed(std::string_view origin, std::string_view host)
   return boost::algorithm::iequals(authority, host) || Contains(proxyNames_, NameOf(authority));
 }
 
-}  // namespace host
+}  // namespace web

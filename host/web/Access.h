@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host {
+namespace web {
 
 /// Reads "ADDRESS:PORT", of which the address must be one of the loopback's. Throws
 /// `std::invalid_argument`.
@@ -14,10 +14,10 @@ boost::asio::ip::tcp::endpoint ParseListen(const std::string& text);
 /// Whose pages and WebSockets are served: those of this machine's own names, and of the names of
 /// proxies. It keeps a foreign site from having its name lead to this machine, and its scripts from
 /// talking to it.
-class PageAccess {
+class Access {
  public:
   /// Throws `std::invalid_argument` for a name with anything but letters, digits, "-" and ".".
-  explicit PageAccess(const std::vector<std::string>& proxyNames);
+  explicit Access(const std::vector<std::string>& proxyNames);
 
   /// Whether a request with that `Host` header is answered.
   bool IsHostAllowed(std::string_view host) const;
@@ -30,4 +30,4 @@ class PageAccess {
   std::vector<std::string> proxyNames_;
 };
 
-}  // namespace host
+}  // namespace web

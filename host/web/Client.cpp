@@ -5,7 +5,7 @@
 #include <chrono>
 #include <utility>
 
-namespace host {
+namespace web {
 namespace {
 
 namespace websocket = boost::beast::websocket;
@@ -17,7 +17,7 @@ constexpr std::size_t kMostWaiting = std::size_t{1} << 20;
 
 }  // namespace
 
-PageClient::PageClient(boost::asio::ip::tcp::socket socket, std::shared_ptr<PageServer> server)
+Client::Client(boost::asio::ip::tcp::socket socket, std::shared_ptr<Server> server)
     : server_(std::move(server)), stream_(std::move(socket)) {
   // Every line goes at once, without waiting for the other side to confirm the one before.
   error_code ignored;
@@ -30,12 +30,12 @@ PageClient::PageClient(boost::asio::ip::tcp::socket socket, std::shared_ptr<Page
   server_->Enter(*this);
 }
 
-PageClient::~PageClient() {
+Client::~Client() {
   server_->Leave(*this);
   server_->OnConnectionEnd();
 }
 
-void PageClient::Start(Request request) {
+void Client::Start(Request request) {
   const auto kept = std::make_shared<const Request>(std::move(request));
   stream_.async_accept(*kept, [self = shared_from_this(), kept](error_code error) {
     if (error) return;
@@ -45,7 +45,7 @@ void PageClient::Start(Request request) {
   });
 }
 
-void PageClient::Read() {
+void Client::Read() {
   stream_.async_read(received_, [self = shared_from_this()](error_code error, std::size_t) {
     if (error) return self->Drop();
     if (!self->stream_.got_text()) {
@@ -59,7 +59,7 @@ void PageClient::Read() {
   });
 }
 
-void PageClient::Send(const SharedLine& line) {
+void Client::Send(const SharedLine& line) {
   if (!isOpen_) return;
   if (waitingSize_ > kMostWaiting) return Drop();
   waiting_.push_back(line);
@@ -67,7 +67,7 @@ void PageClient::Send(const SharedLine& line) {
   if (waiting_.size() == 1) Write();
 }
 
-void PageClient::Write() {
+void Client::Write() {
   stream_.async_write(boost::asio::buffer(*waiting_.front()),
                       [self = shared_from_this()](error_code error, std::size_t) {
                         if (error) return self->Drop();
@@ -77,10 +77,10 @@ void PageClient::Write() {
                       });
 }
 
-void PageClient::Drop() {
+void Client::Drop() {
   isOpen_ = false;
   error_code ignored;
   stream_.next_layer().close(ignored);
 }
 
-}  // namespace host
+}  // namespace web

@@ -9,18 +9,18 @@
 
 #include "host/web/Server.h"
 
-namespace host {
+namespace web {
 
 /// One open page: a WebSocket that carries lines both ways. It keeps itself alive until the
 /// connection ends.
-class PageClient : public std::enable_shared_from_this<PageClient> {
+class Client : public std::enable_shared_from_this<Client> {
  public:
   using Request = boost::beast::http::request<boost::beast::http::string_body>;
 
-  PageClient(boost::asio::ip::tcp::socket socket, std::shared_ptr<PageServer> server);
-  ~PageClient();
-  PageClient(const PageClient&) = delete;
-  PageClient& operator=(const PageClient&) = delete;
+  Client(boost::asio::ip::tcp::socket socket, std::shared_ptr<Server> server);
+  ~Client();
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
 
   /// Accepts the WebSocket that `request` asks for.
   void Start(Request request);
@@ -35,7 +35,7 @@ class PageClient : public std::enable_shared_from_this<PageClient> {
   void Read();
   void Write();
 
-  const std::shared_ptr<PageServer> server_;
+  const std::shared_ptr<Server> server_;
   // Without compression, which one machine has no use for.
   boost::beast::websocket::stream<boost::asio::ip::tcp::socket, false> stream_;
   boost::beast::flat_buffer received_;
@@ -44,4 +44,4 @@ class PageClient : public std::enable_shared_from_this<PageClient> {
   bool isOpen_ = false;
 };
 
-}  // namespace host
+}  // namespace web

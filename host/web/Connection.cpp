@@ -8,7 +8,7 @@
 #include "host/web/Client.h"
 #include "host/web/EmbeddedFile.h"
 
-namespace host {
+namespace web {
 namespace {
 
 namespace http = boost::beast::http;
@@ -36,18 +36,17 @@ std::string_view View(boost::beast::string_view text) { return {text.data(), tex
 
 }  // namespace
 
-PageConnection::PageConnection(boost::asio::ip::tcp::socket socket,
-                               std::shared_ptr<PageServer> server)
+Connection::Connection(boost::asio::ip::tcp::socket socket, std::shared_ptr<Server> server)
     : socket_(std::move(socket)), server_(std::move(server)), deadline_(socket_.get_executor()) {
   parser_.header_limit(kLargestHeader);
   parser_.body_limit(kLargestBody);
 }
 
-PageConnection::~PageConnection() {
+Connection::~Connection() {
   if (!isClient_) server_->OnConnectionEnd();
 }
 
-void PageConnection::Start(bool hasRoom) {
+void Connection::Start(bool hasRoom) {
   if (!hasRoom) return Refuse(Status::service_unavailable, "too many connections");
   SetDeadline(kSecondsToRead);
   http::async_read(
@@ -55,7 +54,7 @@ void PageConnection::Start(bool hasRoom) {
       [self = shared_from_this()](error_code error, std::size_t) { self->OnRead(error); });
 }
 
-void PageConnection::OnRead(const error_code& error) {
+void Connection::OnRead(const error_code& error) {
   if (!error) return OnRequest();
   if (isLate_) return Refuse(Status::request_timeout, "the request came too slowly");
   if (error == http::error::header_limit) {
@@ -69,9 +68,9 @@ void PageConnection::OnRead(const error_code& error) {
   if (isBad) Refuse(Status::bad_request, "not an HTTP request: " + error.message());
 }
 
-void PageConnection::OnRequest() {
+void Connection::OnRequest() {
   const auto& request = parser_.get();
-  const PageAccess& access = server_->GetAccess();
+  const Access& access = server_->GetAccess();
   const std::string_view host = View(request[http::field::host]);
   if (request.count(http::field::host) != 1 || !access.IsHostAllowed(host)) {
     return Refuse(Status::forbidden,
@@ -86,7 +85,7 @@ void PageConnection::OnRequest() {
     return Reply(Status::ok, kText, server_->GetEvents().getScenario());
   }
   if (path != "/ws") {
-    const PageFile* const file = FindPageFile(path);
+    const EmbeddedFile* const file = FindFile(path);
     if (file == nullptr) return Refuse(Status::not_found, "there is nothing here");
     return Reply(Status::ok, file->type, file->content);
   }
@@ -102,14 +101,14 @@ void PageConnection::OnRequest() {
   }
   isClient_ = true;
   deadline_.cancel();
-  std::make_shared<PageClient>(std::move(socket_), server_)->Start(parser_.release());
+  std::make_shared<Client>(std::move(socket_), server_)->Start(parser_.release());
 }
 
-void PageConnection::Refuse(Status status, std::string_view reason) {
+void Connection::Refuse(Status status, std::string_view reason) {
   Reply(status, kText, std::string(reason) + '\n');
 }
 
-void PageConnection::Reply(Status status, std::string_view type, std::string_view content) {
+void Connection::Reply(Status status, std::string_view type, std::string_view content) {
   response_.result(status);
   response_.version(11);
   response_.keep_alive(false);
@@ -130,7 +129,7 @@ void PageConnection::Reply(Status status, std::string_view type, std::string_vie
   });
 }
 
-void PageConnection::Drain() {
+void Connection::Drain() {
   // Closing while something is unread would take back what was sent.
   received_.clear();
   socket_.async_read_some(received_.prepare(4096),
@@ -140,7 +139,7 @@ void PageConnection::Drain() {
                           });
 }
 
-void PageConnection::SetDeadline(int seconds) {
+void Connection::SetDeadline(int seconds) {
   deadline_.expires_after(std::chrono::seconds(seconds));
   deadline_.async_wait([weak = weak_from_this()](error_code error) {
     const auto self = weak.lock();
@@ -155,4 +154,4 @@ void PageConnection::SetDeadline(int seconds) {
   });
 }
 
-}  // namespace host
+}  // namespace web

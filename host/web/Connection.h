@@ -10,16 +10,16 @@
 
 #include "host/web/Server.h"
 
-namespace host {
+namespace web {
 
-/// One connection: it answers one HTTP request, or becomes a `PageClient`. It keeps itself alive
+/// One connection: it answers one HTTP request, or becomes a `Client`. It keeps itself alive
 /// until then.
-class PageConnection : public std::enable_shared_from_this<PageConnection> {
+class Connection : public std::enable_shared_from_this<Connection> {
  public:
-  PageConnection(boost::asio::ip::tcp::socket socket, std::shared_ptr<PageServer> server);
-  ~PageConnection();
-  PageConnection(const PageConnection&) = delete;
-  PageConnection& operator=(const PageConnection&) = delete;
+  Connection(boost::asio::ip::tcp::socket socket, std::shared_ptr<Server> server);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
 
   /// Reads the request, or refuses to where there is no room for it.
   void Start(bool hasRoom);
@@ -36,7 +36,7 @@ class PageConnection : public std::enable_shared_from_this<PageConnection> {
   void SetDeadline(int seconds);
 
   boost::asio::ip::tcp::socket socket_;
-  const std::shared_ptr<PageServer> server_;
+  const std::shared_ptr<Server> server_;
   boost::asio::steady_timer deadline_;
   bool isLate_ = false;
   bool isClient_ = false;
@@ -45,4 +45,4 @@ class PageConnection : public std::enable_shared_from_this<PageConnection> {
   boost::beast::http::response<boost::beast::http::string_body> response_;
 };
 
-}  // namespace host
+}  // namespace web

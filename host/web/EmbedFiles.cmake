@@ -26,21 +26,21 @@ endforeach()
 
 file(WRITE "${OUTPUT}" "#include \"host/web/EmbeddedFile.h\"
 
-namespace host {
+namespace web {
 namespace {
 
 ${arrays}
-constexpr PageFile kFiles[] = {
+constexpr EmbeddedFile kFiles[] = {
 ${entries}};
 
 }  // namespace
 
-const PageFile* FindPageFile(std::string_view path) {
-  for (const PageFile& file : kFiles) {
+const EmbeddedFile* FindFile(std::string_view path) {
+  for (const EmbeddedFile& file : kFiles) {
     if (file.path == path) return &file;
   }
   return nullptr;
 }
 
-}  // namespace host
+}  // namespace web
 ")

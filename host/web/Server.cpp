@@ -5,33 +5,33 @@
 #include "host/web/Client.h"
 #include "host/web/Connection.h"
 
-namespace host {
+namespace web {
 
 using boost::asio::ip::tcp;
 
-PageServer::PageServer(boost::asio::io_context& io, const tcp::endpoint& endpoint,
-                       PageAccess access, Events events)
+Server::Server(boost::asio::io_context& io, const tcp::endpoint& endpoint, Access access,
+               Events events)
     : acceptor_(io, endpoint), access_(std::move(access)), events_(std::move(events)) {}
 
-void PageServer::Accept() {
+void Server::Accept() {
   acceptor_.async_accept(
       [self = shared_from_this()](const boost::system::error_code& error, tcp::socket socket) {
         if (!self->acceptor_.is_open()) return;
         if (!error && self->connections_ < kMostConnections + kMostRefusals) {
           const bool hasRoom = self->connections_++ < kMostConnections;
-          std::make_shared<PageConnection>(std::move(socket), self)->Start(hasRoom);
+          std::make_shared<Connection>(std::move(socket), self)->Start(hasRoom);
         }
         self->Accept();
       });
 }
 
-void PageServer::Broadcast(const SharedLine& line) {
-  for (PageClient* const client : clients_) client->Send(line);
+void Server::Broadcast(const SharedLine& line) {
+  for (Client* const client : clients_) client->Send(line);
 }
 
-void PageServer::Close() {
+void Server::Close() {
   acceptor_.close();
-  for (PageClient* const client : clients_) client->Drop();
+  for (Client* const client : clients_) client->Drop();
 }
 
-}  // namespace host
+}  // namespace web

@@ -9,30 +9,30 @@
 
 #include "host/web/Access.h"
 
-namespace host {
+namespace web {
 
-class PageClient;
+class Client;
 
 /// A line on its way to one client or more.
 using SharedLine = std::shared_ptr<const std::string>;
 
 /// Serves the page, and passes lines between its WebSockets and the host. docs/live-host.md says
 /// who is let in, and what is passed.
-class PageServer : public std::enable_shared_from_this<PageServer> {
+class Server : public std::enable_shared_from_this<Server> {
  public:
   /// What the server tells and asks, from within the run of its context.
   struct Events {
     /// A client is there; what it is sent now comes first.
-    std::function<void(PageClient&)> onClient;
+    std::function<void(Client&)> onClient;
     /// A client sent a line. The client lives at least until this returns.
-    std::function<void(PageClient&, const std::string& line)> onLine;
+    std::function<void(Client&, const std::string& line)> onLine;
     /// Asks for the session so far, as a scenario.
     std::function<std::string()> getScenario;
   };
 
   /// Throws `boost::system::system_error` when it cannot listen there.
-  PageServer(boost::asio::io_context& io, const boost::asio::ip::tcp::endpoint& endpoint,
-             PageAccess access, Events events);
+  Server(boost::asio::io_context& io, const boost::asio::ip::tcp::endpoint& endpoint, Access access,
+         Events events);
 
   /// Begins to let connections in. They keep the server alive.
   void Start() { Accept(); }
@@ -47,11 +47,11 @@ class PageServer : public std::enable_shared_from_this<PageServer> {
   void Close();
 
   // For its connections and clients.
-  const PageAccess& GetAccess() const { return access_; }
+  const Access& GetAccess() const { return access_; }
   const Events& GetEvents() const { return events_; }
   bool HasRoomForClient() const { return clients_.size() < kMostClients; }
-  void Enter(PageClient& client) { clients_.insert(&client); }
-  void Leave(PageClient& client) { clients_.erase(&client); }
+  void Enter(Client& client) { clients_.insert(&client); }
+  void Leave(Client& client) { clients_.erase(&client); }
   void OnConnectionEnd() { --connections_; }
 
  private:
@@ -62,10 +62,10 @@ class PageServer : public std::enable_shared_from_this<PageServer> {
   void Accept();
 
   boost::asio::ip::tcp::acceptor acceptor_;
-  const PageAccess access_;
+  const Access access_;
   const Events events_;
-  std::set<PageClient*> clients_;
+  std::set<Client*> clients_;
   int connections_ = 0;
 };
 
-}  // namespace host
+}  // namespace web

@@ -1,17 +1,15 @@
-// The live host's parts that need no event loop: the session that keeps its state, its export, the
-// rules of who is let in, and the completion of steps.
+// The live host's parts that need no event loop: the session that keeps its state, its export, and
+// the completion of steps.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <map>
 #include <random>
-#include <sstream>
 
 #include "host/live/LiveSession.h"
 #include "host/session/Replay.h"
 #include "host/session/StepHelp.h"
-#include "host/web/Access.h"
 #include "tests/support/Plugin.h"
 #include "tests/support/Program.h"
 
@@ -215,51 +213,6 @@ TEST_F(Live, ExportsWhatReplays) {
     EXPECT_EQ(host::ReplayScenario(test::GetPlugin(), exported, false, nullptr).GetLines(),
               exported.GetLines())
         << "seed " << seed;
-  }
-}
-
-TEST(PageAccess, LetsInOnlyTheNamesThatItKnows) {
-  const host::PageAccess access({"Hotel.example"});
-  const struct {
-    const char* host;
-    const char* origin;
-    bool isHostAllowed, isOriginAllowed;
-  } cases[] = {
-      {"127.0.0.1:8080", "http://127.0.0.1:8080", true, true},
-      {"LocalHost", "http://localhost", true, true},
-      {"[::1]:8080", "http://[::1]:8080", true, true},
-      {"hotel.EXAMPLE", "https://hotel.example", true, true},
-      {"127.0.0.1:8080", "https://hotel.example", true, true},
-      {"127.0.0.1:8080", "", true, true},
-      {"127.0.0.1:8080", "null", true, false},
-      {"127.0.0.1:8080", "http://127.0.0.1:8081", true, false},
-      {"127.0.0.1:8080", "http://evil.example", true, false},
-      {"127.0.0.1:8080", "http://127.0.0.1:8080.evil.example", true, false},
-      {"evil.example", "http://evil.example", false, true},
-      {"hotel.example.evil.example", "", false, true},
-      {"127.0.0.1:80@evil.example", "", false, true},
-      {"[::1]evil.example", "", false, true},
-      {"[::1", "", false, true},
-      {"", "", false, true},
-  };
-  for (const auto& [host, origin, isHostAllowed, isOriginAllowed] : cases) {
-    EXPECT_EQ(access.IsHostAllowed(host), isHostAllowed) << host;
-    EXPECT_EQ(access.IsOriginAllowed(origin, host), isOriginAllowed) << origin << " at " << host;
-  }
-  for (const char* const name : {"", "a:80", "http://a", "a b"}) {
-    EXPECT_THROW(host::PageAccess({name}), std::invalid_argument) << name;
-  }
-}
-
-TEST(PageAccess, ListensOnTheLoopbackOnly) {
-  for (const char* const good : {"127.0.0.1:8080", "127.1.2.3:0", "[::1]:65535"}) {
-    std::ostringstream text;
-    text << host::ParseListen(good);
-    EXPECT_EQ(text.str(), good);
-  }
-  for (const char* const bad : {"0.0.0.0:80", "[::]:80", "192.168.0.1:80", "[::ffff:10.0.0.1]:80",
-                                "localhost:80", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", ""}) {
-    EXPECT_THROW(host::ParseListen(bad), std::invalid_argument) << bad;
   }
 }
 

@@ -1,5 +1,5 @@
-# The libraries that more than one room may use. What serves one room alone
-# (GTest, Benchmark, LibXml2) is found in that room.
+# The libraries of more than one room. A library of one room (GTest, Benchmark,
+# LibXml2) is found in that room.
 
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
@@ -7,8 +7,8 @@ find_package(Boost 1.74 REQUIRED)      # Boost::headers
 find_package(log4cplus REQUIRED)       # log4cplus::log4cplus
 find_package(pugixml REQUIRED)         # pugixml::pugixml
 
-# Debian's log4cplus asks those who link it for two libraries that only it needs,
-# by the paths of the machine that it was packaged on; a system root has others.
+# Debian's log4cplus exports two private dependencies to its users, with
+# absolute paths of the packaging machine, which do not exist in a sysroot.
 set_target_properties(log4cplus::log4cplus PROPERTIES INTERFACE_LINK_LIBRARIES "")
 
 if(GUEST_SERVICES_HOST)
@@ -16,7 +16,7 @@ if(GUEST_SERVICES_HOST)
 
   find_library(EDIT_LIBRARY edit REQUIRED)
 
-  # Header only, and without a package file of its own.
+  # Header-only, and without a CMake package file.
   find_path(DTL_INCLUDE_DIR dtl/dtl.hpp REQUIRED)
   add_library(dtl INTERFACE)
   add_library(dtl::dtl ALIAS dtl)

@@ -1,13 +1,13 @@
-# Where things lie. The build tree is laid out like an installed one, so that
-# the same relative paths lead from the host to the plug-in and from both to the
-# platform library, and an installed tree can be moved as a whole.
+# Output directories. The build tree has the layout of an installed tree, so
+# that the same relative paths lead from the host to the plug-in, and from both
+# to the platform library. An installed tree is relocatable.
 
 set(GUEST_SERVICES_PLUGIN_DIR "${CMAKE_INSTALL_LIBDIR}/guest-services")
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR}")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}")
 
-# From a program's directory to the plug-in, for the host to find it.
+# The host finds the plug-in by this path, relative to the host's directory.
 file(RELATIVE_PATH GUEST_SERVICES_PLUGIN_FROM_BIN
   "/${CMAKE_INSTALL_BINDIR}" "/${GUEST_SERVICES_PLUGIN_DIR}/guest-services-agent.so")
 

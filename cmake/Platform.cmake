@@ -1,19 +1,18 @@
-# The platform layer can be replaced: GUEST_SERVICES_PLATFORM_DIR names a
-# directory that takes the place of ./platform, for example to bind the agent to
-# a real driver framework. What it must be:
+# GUEST_SERVICES_PLATFORM_DIR replaces ./platform by another directory, for
+# example to bind the agent to a real driver framework. Requirements:
 #
 #   .../platform/               the last part of its path is "platform"
-#   .../platform/platform.h     the umbrella header, all that services/ and
-#                               agent/ include: #include "platform/platform.h"
-#   .../platform/CMakeLists.txt defines the target "platform", with whatever the
-#                               umbrella header needs (include directories,
+#   .../platform/platform.h     the umbrella header, the only one that services/
+#                               and agent/ include
+#   .../platform/CMakeLists.txt defines the target "platform", with the needs of
+#                               the umbrella header (include directories,
 #                               definitions, libraries) as PUBLIC or INTERFACE
 #                               requirements of that target
 #
-# The parent of that directory is searched for headers ahead of this project's
-# root, so its "platform/..." wins over ./platform. With another layer than the
-# project's own, the development host and the tests are left out unless
-# GUEST_SERVICES_HOST asks for them: they need the layer's host side too.
+# The parent of that directory precedes this project's root in the include path,
+# so that its "platform/..." hides ./platform. With another layer, the
+# development host and the tests are built only if GUEST_SERVICES_HOST is ON:
+# they also need the host side of the layer.
 
 get_filename_component(GUEST_SERVICES_PLATFORM_DIR "${GUEST_SERVICES_PLATFORM_DIR}" REALPATH
   BASE_DIR "${PROJECT_SOURCE_DIR}")

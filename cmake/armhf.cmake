@@ -1,6 +1,6 @@
-# Cross-builds for 32-bit ARM with hard floats: Debian's cross compiler, and one
-# tree of armhf packages, made by scripts/make-armhf-root, that serves as system
-# root for the compiler and for qemu-arm, which runs what was built.
+# Toolchain file for 32-bit ARM with hard floats: Debian's cross compiler, with
+# the armhf packages of scripts/make-armhf-root as its sysroot. qemu-arm runs
+# the programs in the same sysroot.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)

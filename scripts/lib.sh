@@ -1,23 +1,23 @@
-# Shared by the scripts of this folder, which source it: where the project is,
-# how to say things, and what the package sets hold.
+# Functions for the scripts of this folder, which source this file: messages,
+# package sets and the project's root.
 # shellcheck shell=bash
 
 ROOT="$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)"
 PROGRAM="$(basename -- "$0")"
 
-# say TEXT...: what is being done, on standard error.
+# say TEXT...: prints a message on standard error.
 say() {
   printf '%s: %s\n' "$PROGRAM" "$*" >&2
 }
 
-# fail TEXT...: says what went wrong and ends the script.
+# fail TEXT...: prints an error and ends the script with status 1.
 fail() {
   say "error: $*"
   exit 1
 }
 
-# help_if_asked "$@": if --help or -h comes first, prints the comment at the
-# head of the calling script and ends it.
+# help_if_asked "$@": if the first argument is --help or -h, prints the comment
+# at the head of the calling script and ends the script.
 help_if_asked() {
   case "${1-}" in
     -h | --help)
@@ -27,7 +27,7 @@ help_if_asked() {
   esac
 }
 
-# packages_of SET...: the packages of those sets, one a line.
+# packages_of SET...: prints the packages of the sets, one per line.
 packages_of() {
   local set names
   for set in "$@"; do
@@ -37,12 +37,12 @@ packages_of() {
   done
 }
 
-# need SET...: installs what is missing of those sets.
+# need SET...: installs the missing packages of the sets.
 need() {
   "$ROOT/scripts/install-packages" "$@"
 }
 
-# needs_of PRESET: the package sets that building and testing a preset needs.
+# needs_of PRESET: prints the package sets for building and testing a preset.
 needs_of() {
   case "$1" in
     release | debug) echo build test ;;
@@ -55,7 +55,8 @@ needs_of() {
   esac
 }
 
-# cpp_files: the C++ files of the project, one a line, below the project's root.
+# cpp_files: prints the paths of the project's C++ files, one per line, relative
+# to the project's root.
 cpp_files() {
   local room
   for room in platform services agent host tests bench fuzz; do

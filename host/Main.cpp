@@ -66,6 +66,7 @@ bool Replay(const std::string& plugin, const host::ReplayOptions& options) {
 
 int Run(int argc, char** argv) {
   CLI::App app("Loads the Guest Services plug-in as the controller's host does, and drives it.");
+  app.set_version_flag("--version", "guest-services-host " VERSION);
   app.require_subcommand(1);
   std::string plugin = GetDefaultPlugin();
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "fuzz/Support.h"
-#include "platform/IHost.h"
+#include "platform/HostLog.h"
 
 namespace {
 

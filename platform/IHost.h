@@ -81,16 +81,4 @@ PLATFORM_API IHost* GetCurrentHost();
 /// Attaches `host`, which must stay alive until another or null is attached in its place.
 PLATFORM_API void SetCurrentHost(IHost* host);
 
-/// Sets the root logger's level: "TRACE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL" or "OFF".
-/// Throws `std::invalid_argument` for a text that is no level.
-PLATFORM_API void SetLogLevel(const std::string& name);
-/// That level, by the same names.
-PLATFORM_API std::string GetLogLevel();
-/// Sets log4cplus up by its property file; records go to the host all the same. Throws
-/// `std::runtime_error` that names the file when it cannot be read; log4cplus itself says on
-/// standard error what it does not understand in it.
-PLATFORM_API void ConfigureLog(const std::string& path);
-/// Writes a record of level ERROR for the host itself. It does not reach the host.
-PLATFORM_API void WriteHostError(const std::string& text);
-
 }  // namespace qx

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "host/session/Transcript.h"
-#include "platform/IHost.h"
+#include "platform/HostLog.h"
 #include "platform/xml/XmlNode.h"
 
 namespace host {

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/xml/XmlText.h"
+#include "platform/xml/Utf8.h"
 
 namespace host {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "host/engine/CmdMessage.h"
 #include "host/session/Transcript.h"
+#include "platform/HostLog.h"
 #include "platform/Logger.h"
 #include "platform/xml/XmlNode.h"
 

@@ -1,7 +1,7 @@
 #include "host/session/Transcript.h"
 
+#include "platform/xml/Utf8.h"
 #include "platform/xml/XmlNode.h"
-#include "platform/xml/XmlText.h"
 
 namespace host {
 namespace {

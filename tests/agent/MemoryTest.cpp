@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-#include "platform/IHost.h"
+#include "platform/HostLog.h"
 #include "tests/support/Acts.h"
 #include "tests/support/FailingMemory.h"
 

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "host/session/Step.h"
+#include "platform/HostLog.h"
 #include "platform/Logger.h"
 
 namespace test {

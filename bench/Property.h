@@ -28,8 +28,4 @@ std::string AppendReply(const std::vector<Record>& records);
 const std::string& GetReply(std::size_t count);
 const std::string& GetState(std::size_t count);
 
-/// When the services were requested, in seconds since 1970-01-01 00:00:00 UTC; the time zone is
-/// UTC. The delays run out an hour later.
-constexpr long kRequestTime = 1709370307;
-
 }  // namespace bench

@@ -1,7 +1,5 @@
 #include "bench/RunningAgent.h"
 
-#include "bench/Property.h"
-
 namespace bench {
 
 RunningAgent::RunningAgent(const std::string& state, const host::PluginLibrary& plugin)

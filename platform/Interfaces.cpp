@@ -2,7 +2,6 @@
 #include "platform/Interfaces.h"
 
 #include "platform/IHost.h"
-#include "platform/QxBaseDriver.h"
 
 ICmdMessage::~ICmdMessage() = default;
 ICmdReturn::~ICmdReturn() = default;
@@ -11,7 +10,6 @@ IInstanceManager::~IInstanceManager() = default;
 IProgrammingManager::~IProgrammingManager() = default;
 IRequestForwarder::~IRequestForwarder() = default;
 ISystemEventCallback::~ISystemEventCallback() = default;
-IDriver::~IDriver() = default;
 
 namespace qx {
 

@@ -36,6 +36,8 @@ class BindMessage : public IBindMessage {
 
 }  // namespace
 
+IDriver::~IDriver() = default;
+
 QxBaseDriver::QxBaseDriver(IInstanceManager& instanceManager, QxDriverType, DriverMultiplicity)
     : instanceManager_(instanceManager), host_(FindHost(instanceManager)) {}
 

@@ -47,11 +47,12 @@ needs_of() {
   case "$1" in
     release | debug) echo build test ;;
     asan) echo build test asan ;;
+    coverage) echo build test coverage ;;
     armhf | armhf-time64) echo build armhf ;;
     tidy) echo build test tidy ;;
     fuzz) echo build fuzz ;;
     bench) echo build bench ;;
-    *) fail "no preset \"$1\"; there are release, debug, asan, armhf, armhf-time64, tidy, fuzz, bench" ;;
+    *) fail "no preset \"$1\"; there are release, debug, asan, coverage, armhf, armhf-time64, tidy, fuzz, bench" ;;
   esac
 }
 

@@ -6,10 +6,10 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "host/PageFiles.h"
 #include "host/session/Step.h"
 #include "host/session/StepHelp.h"
 #include "host/session/Transcript.h"
-#include "host/web/Client.h"
 
 namespace host {
 namespace {
@@ -60,19 +60,25 @@ LiveHost::LiveHost(const Options& options)
 }
 
 void LiveHost::Listen(const Options& options) {
-  web::Server::Events events;
-  events.onClient = [this](web::Client& client) { OnClient(client); };
-  events.onLine = [this](web::Client& client, const std::string& line) {
+  web::Site site;
+  site.otherHostHint = "; --allow-host lets a proxy's name in";
+  site.files = GetPageFiles();
+  site.texts["/session.txt"] = [this] {
+    CatchUp();
+    return web::Text{"text/plain; charset=utf-8", session_.GetScenario()};
+  };
+  site.webSocketPaths = {"/ws"};
+  site.handlers.onClient = [this](web::Client& client) { OnClient(client); };
+  site.handlers.onLine = [this](web::Client& client, const std::string& line) {
     OnClientLine(client, line);
   };
-  events.getScenario = [this] {
-    CatchUp();
-    return session_.GetScenario();
-  };
-  web::Access access(options.proxyNames);
   try {
-    server_ = std::make_shared<web::Server>(io_, web::ParseListen(options.listen),
-                                            std::move(access), std::move(events));
+    site.access = web::Access(options.proxyNames);
+  } catch (const std::exception& error) {
+    throw std::runtime_error(std::string("--allow-host ") + error.what());
+  }
+  try {
+    server_ = std::make_shared<web::Server>(io_, web::ParseListen(options.listen), std::move(site));
   } catch (const std::exception& error) {
     throw std::runtime_error("--listen " + options.listen + ": " + error.what());
   }
@@ -225,7 +231,7 @@ void LiveHost::Tell(const std::string& text, bool onConsole) {
   if (!server_) return;
   if (session_.GetTime() != toldTime_) TellTime();
   const auto line = std::make_shared<const std::string>(text);
-  server_->Broadcast(line);
+  server_->GetClients().Broadcast(line);
   recent_.push_back(line);
   recentSize_ += text.size();
   while (recent_.size() > kMostRecentLines || recentSize_ > kMostRecentSize) {
@@ -236,13 +242,13 @@ void LiveHost::Tell(const std::string& text, bool onConsole) {
 
 void LiveHost::TellTime() {
   toldTime_ = session_.GetTime();
-  if (server_) server_->Broadcast(std::make_shared<const std::string>(GetClockLine()));
+  if (server_) server_->GetClients().Broadcast(std::make_shared<const std::string>(GetClockLine()));
 }
 
 void LiveHost::PublishStatus() {
   const auto tell = [this](const std::string& line) {
     console_.Print(line);
-    if (server_) server_->Broadcast(std::make_shared<const std::string>(line));
+    if (server_) server_->GetClients().Broadcast(std::make_shared<const std::string>(line));
   };
   const auto& notices = session_.GetNotices();
   while (toldNotices_ < notices.size()) tell("! notice " + Quote(notices[toldNotices_++]));

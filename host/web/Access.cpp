@@ -46,8 +46,8 @@ boost::asio::ip::tcp::endpoint ParseListen(const std::string& text) {
   if (error) fail("the address is no number such as 127.0.0.1 or [::1]");
   if (!parsed.is_loopback()) {
     fail(
-        "not an address of this machine's loopback; the page has no passwords, so whoever is "
-        "elsewhere needs a tunnel or a proxy (see --allow-host)");
+        "not an address of this machine's loopback; there is no password, so other machines need a "
+        "tunnel or a proxy");
   }
   return {parsed, port};
 }
@@ -58,7 +58,7 @@ Access::Access(const std::vector<std::string>& proxyNames)
     const std::string lower = boost::algorithm::to_lower_copy(name);
     constexpr const char* kAllowed = "abcdefghijklmnopqrstuvwxyz0123456789-.";
     if (lower.empty() || lower.find_first_not_of(kAllowed) != std::string::npos) {
-      throw std::invalid_argument("--allow-host " + name + ": not a host's name");
+      throw std::invalid_argument(name + ": not a host's name");
     }
     proxyNames_.push_back(lower);
   }

@@ -7,22 +7,23 @@
 
 namespace web {
 
-/// Reads "ADDRESS:PORT", of which the address must be one of the loopback's. Throws
+/// Reads "ADDRESS:PORT" with a numeric address of the loopback, IPv6 in brackets. Throws
 /// `std::invalid_argument`.
 boost::asio::ip::tcp::endpoint ParseListen(const std::string& text);
 
-/// Whose pages and WebSockets are served: those of this machine's own names, and of the names of
-/// proxies. It keeps a foreign site from having its name lead to this machine, and its scripts from
-/// talking to it.
+/// Decides by a request's headers whether it is answered: against DNS rebinding by `Host`, against
+/// cross-site WebSockets by `Origin`. Names are compared without case.
 class Access {
  public:
-  /// Throws `std::invalid_argument` for a name with anything but letters, digits, "-" and ".".
+  /// Besides the names of the loopback, `localhost`, `127.0.0.1` and `[::1]`, allows those of
+  /// proxies. Throws `std::invalid_argument` for a name with anything but letters, digits, "-" and
+  /// ".".
   explicit Access(const std::vector<std::string>& proxyNames);
 
-  /// Whether a request with that `Host` header is answered.
+  /// Whether a request with that `Host` header, with any port or none, is answered.
   bool IsHostAllowed(std::string_view host) const;
-  /// Whether a WebSocket with these headers is opened; an empty `origin` stands for none, which no
-  /// browser sends.
+  /// Whether a WebSocket with these headers is opened: `origin` is that of a page from `host` or
+  /// from a proxy, or is empty, which stands for no header. Browsers always send one.
   bool IsOriginAllowed(std::string_view origin, std::string_view host) const;
 
  private:

@@ -1,12 +1,9 @@
 #include "host/web/Connection.h"
 
+#include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
-#include <chrono>
 #include <utility>
-
-#include "host/web/Client.h"
-#include "host/web/EmbeddedFile.h"
 
 namespace web {
 namespace {
@@ -14,11 +11,6 @@ namespace {
 namespace http = boost::beast::http;
 using boost::system::error_code;
 
-constexpr unsigned int kLargestHeader = 8 * 1024;
-constexpr unsigned int kLargestBody = 1024;
-constexpr int kSecondsToRead = 5;
-constexpr int kSecondsToWrite = 10;
-constexpr int kSecondsToDrain = 1;
 constexpr const char* kText = "text/plain; charset=utf-8";
 
 constexpr std::pair<const char*, const char*> kHeaders[] = {
@@ -36,19 +28,18 @@ std::string_view View(boost::beast::string_view text) { return {text.data(), tex
 
 }  // namespace
 
-Connection::Connection(boost::asio::ip::tcp::socket socket, std::shared_ptr<Server> server)
-    : socket_(std::move(socket)), server_(std::move(server)), deadline_(socket_.get_executor()) {
-  parser_.header_limit(kLargestHeader);
-  parser_.body_limit(kLargestBody);
-}
-
-Connection::~Connection() {
-  if (!isClient_) server_->OnConnectionEnd();
+Connection::Connection(boost::asio::ip::tcp::socket socket, std::shared_ptr<State> state)
+    : socket_(std::move(socket)),
+      state_(std::move(state)),
+      place_(state_->place),
+      deadline_(socket_.get_executor()) {
+  parser_.header_limit(state_->site.limits.headerSize);
+  parser_.body_limit(state_->site.limits.bodySize);
 }
 
 void Connection::Start(bool hasRoom) {
   if (!hasRoom) return Refuse(Status::service_unavailable, "too many connections");
-  SetDeadline(kSecondsToRead);
+  SetDeadline(state_->site.limits.requestTime);
   http::async_read(
       socket_, received_, parser_,
       [self = shared_from_this()](error_code error, std::size_t) { self->OnRead(error); });
@@ -70,38 +61,54 @@ void Connection::OnRead(const error_code& error) {
 
 void Connection::OnRequest() {
   const auto& request = parser_.get();
-  const Access& access = server_->GetAccess();
   const std::string_view host = View(request[http::field::host]);
-  if (request.count(http::field::host) != 1 || !access.IsHostAllowed(host)) {
+  if (request.count(http::field::host) != 1 || !state_->site.access.IsHostAllowed(host)) {
     return Refuse(Status::forbidden,
-                  "this host is not known by that name; --allow-host lets a proxy's name in");
+                  "this host is not known by that name" + state_->site.otherHostHint);
   }
   if (request.method() != http::verb::get) {
     return Refuse(Status::method_not_allowed, "only GET is answered");
   }
   const std::string_view target = View(request.target());
-  const std::string_view path = target.substr(0, target.find('?'));
-  if (path == "/session.txt") {
-    return Reply(Status::ok, kText, server_->GetEvents().getScenario());
+  OnAllowedRequest(target.substr(0, target.find('?')));
+}
+
+void Connection::OnAllowedRequest(std::string_view path) {
+  const Site& site = state_->site;
+  const auto& sockets = site.webSocketPaths;
+  if (std::find(sockets.begin(), sockets.end(), path) != sockets.end()) {
+    return OnWebSocket(std::string(path));
   }
-  if (path != "/ws") {
-    const EmbeddedFile* const file = FindFile(path);
-    if (file == nullptr) return Refuse(Status::not_found, "there is nothing here");
-    return Reply(Status::ok, file->type, file->content);
+  if (const auto text = site.texts.find(path); text != site.texts.end()) {
+    const Text made = text->second();
+    return Reply(Status::ok, made.type, made.content);
   }
+  for (const EmbeddedFile& file : site.files) {
+    if (file.path == path) return Reply(Status::ok, file.type, file.content);
+  }
+  Refuse(Status::not_found, "there is nothing here");
+}
+
+void Connection::OnWebSocket(std::string path) {
+  const auto& request = parser_.get();
   if (!boost::beast::websocket::is_upgrade(request)) {
-    return Refuse(Status::upgrade_required, "this is the page's WebSocket");
+    return Refuse(Status::upgrade_required, "this is a WebSocket");
   }
   if (request.count(http::field::origin) > 1 ||
-      !access.IsOriginAllowed(View(request[http::field::origin]), host)) {
+      !state_->site.access.IsOriginAllowed(View(request[http::field::origin]),
+                                           View(request[http::field::host]))) {
     return Refuse(Status::forbidden, "not for another site's pages");
   }
-  if (!server_->HasRoomForClient()) {
-    return Refuse(Status::service_unavailable, "too many pages are open");
+  if (state_->clients.GetCount() >= state_->site.limits.clients) {
+    return Refuse(Status::service_unavailable, "too many WebSockets are open");
   }
-  isClient_ = true;
   deadline_.cancel();
-  std::make_shared<Client>(std::move(socket_), server_)->Start(parser_.release());
+  const auto client = std::make_shared<Client>(
+      std::move(socket_), std::move(path),
+      std::shared_ptr<const Client::Handlers>(state_, &state_->site.handlers), state_->site.limits,
+      std::move(place_));
+  state_->clients.Enter(client);
+  client->Start(parser_.release());
 }
 
 void Connection::Refuse(Status status, std::string_view reason) {
@@ -119,12 +126,12 @@ void Connection::Reply(Status status, std::string_view type, std::string_view co
   response_.body() = content;
   response_.prepare_payload();
   isLate_ = true;
-  SetDeadline(kSecondsToWrite);
+  SetDeadline(state_->site.limits.replyTime);
   http::async_write(socket_, response_, [self = shared_from_this()](error_code error, std::size_t) {
     if (error) return;
     error_code ignored;
     self->socket_.shutdown(boost::asio::socket_base::shutdown_send, ignored);
-    self->SetDeadline(kSecondsToDrain);
+    self->SetDeadline(self->state_->site.limits.drainTime);
     self->Drain();
   });
 }
@@ -139,8 +146,8 @@ void Connection::Drain() {
                           });
 }
 
-void Connection::SetDeadline(int seconds) {
-  deadline_.expires_after(std::chrono::seconds(seconds));
+void Connection::SetDeadline(std::chrono::milliseconds time) {
+  deadline_.expires_after(time);
   deadline_.async_wait([weak = weak_from_this()](error_code error) {
     const auto self = weak.lock();
     if (error || !self) return;

@@ -4,14 +4,12 @@
 
 namespace web {
 
-/// A file of the page, embedded in the program.
+/// A file that is embedded in the program; EmbedFiles.cmake makes a list of them from a folder. The
+/// texts live as long as the program.
 struct EmbeddedFile {
-  std::string_view path;  // "/installer"
+  std::string_view path;  // that it is served under: "/installer"
   std::string_view type;  // "text/html; charset=utf-8"
   std::string_view content;
 };
-
-/// The file that is served under that path; null if there is none.
-const EmbeddedFile* FindFile(std::string_view path);
 
 }  // namespace web

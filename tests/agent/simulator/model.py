@@ -1,6 +1,5 @@
 """What the agent is documented to do, in its plainest form: every line of the transcript."""
 
-import copy
 import re
 
 from service import (AgentError, Service, escape, parse, read_number, read_service,

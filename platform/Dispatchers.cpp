@@ -23,6 +23,10 @@ const Handler& Find(const std::map<std::string, Handler>& handlers, const std::s
 qx::UnknownCommand::UnknownCommand(const std::string& name)
     : std::runtime_error("nothing is registered for " + name) {}
 
+CmdDispatcher::CmdDispatcher() = default;
+
+CmdDispatcher::~CmdDispatcher() = default;
+
 void CmdDispatcher::RegisterCmd1(const std::string& name, Handler1 handler) {
   RegisterCmd2(name, [handler = std::move(handler)](const ICmdMessage& message, ICmdReturn*) {
     handler(message);
@@ -36,6 +40,10 @@ void CmdDispatcher::RegisterCmd2(const std::string& name, Handler2 handler) {
 void CmdDispatcher::Dispatch(const ICmdMessage& message, ICmdReturn* answer) const {
   Find(handlers_, message.GetName())(message, answer);
 }
+
+UICmdDispatcher::UICmdDispatcher() = default;
+
+UICmdDispatcher::~UICmdDispatcher() = default;
 
 void UICmdDispatcher::RegisterUICmd(const std::string& name, Handler handler) {
   Register(handlers_, name, std::move(handler));

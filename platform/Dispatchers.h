@@ -26,6 +26,11 @@ class PLATFORM_API CmdDispatcher {
   using Handler1 = boost::function<void(const ICmdMessage&)>;
   using Handler2 = boost::function<void(const ICmdMessage&, ICmdReturn*)>;
 
+  CmdDispatcher();
+  ~CmdDispatcher();
+  CmdDispatcher(const CmdDispatcher&) = delete;
+  CmdDispatcher& operator=(const CmdDispatcher&) = delete;
+
   /// Registers a command without return object.
   void RegisterCmd1(const std::string& name, Handler1 handler);
   /// Registers a command with return object.
@@ -42,6 +47,11 @@ class PLATFORM_API CmdDispatcher {
 class PLATFORM_API UICmdDispatcher {
  public:
   using Handler = boost::function<boost::shared_ptr<qx::XmlNode>(const ICmdMessage&)>;
+
+  UICmdDispatcher();
+  ~UICmdDispatcher();
+  UICmdDispatcher(const UICmdDispatcher&) = delete;
+  UICmdDispatcher& operator=(const UICmdDispatcher&) = delete;
 
   void RegisterUICmd(const std::string& name, Handler handler);
 

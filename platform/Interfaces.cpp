@@ -9,17 +9,10 @@ IBindMessage::~IBindMessage() = default;
 IInstanceManager::~IInstanceManager() = default;
 IProgrammingManager::~IProgrammingManager() = default;
 IRequestForwarder::~IRequestForwarder() = default;
-ISystemEventCallback::~ISystemEventCallback() = default;
 
 namespace qx {
 
 IHost::~IHost() = default;
-SystemEventData::~SystemEventData() = default;
-template class SystemEventData4<unsigned int, unsigned int, ItemType, unsigned int>;
-
-namespace response {
-IResponse::~IResponse() = default;
-}  // namespace response
 
 namespace {
 IHost* currentHost = nullptr;

@@ -8,6 +8,8 @@
 #include <log4cplus/spi/loggingevent.h>
 
 #include <cstdio>
+#include <stdexcept>
+#include <string>
 
 #include "platform/IHost.h"
 
@@ -52,6 +54,14 @@ void Logger::initialize() {
 
 StackTrace::StackTrace() : frames_{}, size_(0) {
   size_ = static_cast<std::size_t>(backtrace(frames_.data(), static_cast<int>(frames_.size())));
+}
+
+std::size_t StackTrace::GetSize() const { return size_; }
+
+const void* StackTrace::GetFrame(std::size_t index) const {
+  if (index >= size_)
+    throw std::out_of_range("the stack trace has no frame " + std::to_string(index));
+  return frames_[index];
 }
 
 void AssertWrite(const char* file, int line, const StackTrace& trace) {

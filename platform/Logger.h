@@ -21,8 +21,10 @@ class PLATFORM_API StackTrace {
  public:
   StackTrace();
 
-  std::size_t GetSize() const { return size_; }
-  const void* GetFrame(std::size_t index) const { return frames_.at(index); }
+  /// The number of frames, the innermost one first.
+  std::size_t GetSize() const;
+  /// The return address in a frame. Throws `std::out_of_range` for an index of `GetSize()` or more.
+  const void* GetFrame(std::size_t index) const;
 
  private:
   std::array<void*, 32> frames_;

@@ -41,6 +41,8 @@ IDriver::~IDriver() = default;
 QxBaseDriver::QxBaseDriver(IInstanceManager& instanceManager, QxDriverType, DriverMultiplicity)
     : instanceManager_(instanceManager), host_(FindHost(instanceManager)) {}
 
+QxBaseDriver::~QxBaseDriver() = default;
+
 void QxBaseDriver::LateInitialize() {}
 
 boost::shared_ptr<qx::XmlNode> QxBaseDriver::GetPersistXml() { return {}; }
@@ -108,6 +110,12 @@ boost::shared_ptr<IBindMessage> QxBaseDriver::CreateBindMessage() const {
   return boost::make_shared<BindMessage>();
 }
 
+IInstanceManager& QxBaseDriver::GetInstanceManager() const { return instanceManager_; }
+
 void QxBaseDriver::setReturnValue(ICmdReturn* answer, const std::string& value) const {
   if (answer != nullptr) answer->SetValue(value);
 }
+
+CmdDispatcher& QxBaseDriver::GetCmdDispatcher() { return cmdDispatcher_; }
+
+UICmdDispatcher& QxBaseDriver::GetUICmdDispatcher() { return uiCmdDispatcher_; }

@@ -47,6 +47,10 @@ using GetCreationFuncFunc = CreationFunc (*)();
 /// `qx::IHost` that the instance manager knows.
 class PLATFORM_API QxBaseDriver : public IDriver {
  public:
+  ~QxBaseDriver() override;
+  QxBaseDriver(const QxBaseDriver&) = delete;
+  QxBaseDriver& operator=(const QxBaseDriver&) = delete;
+
   void LateInitialize() override;
   boost::shared_ptr<qx::XmlNode> GetPersistXml() override;
   void ExecuteCommand(const ICmdMessage& message, ICmdReturn* answer, unsigned int source) override;
@@ -80,12 +84,12 @@ class PLATFORM_API QxBaseDriver : public IDriver {
 
   /// A new, empty message.
   boost::shared_ptr<IBindMessage> CreateBindMessage() const;
-  IInstanceManager& GetInstanceManager() const { return instanceManager_; }
+  IInstanceManager& GetInstanceManager() const;
   /// Stores the answer of a command; nothing when `answer` is null.
   void setReturnValue(ICmdReturn* answer, const std::string& value) const;
 
-  CmdDispatcher& GetCmdDispatcher() { return cmdDispatcher_; }
-  UICmdDispatcher& GetUICmdDispatcher() { return uiCmdDispatcher_; }
+  CmdDispatcher& GetCmdDispatcher();
+  UICmdDispatcher& GetUICmdDispatcher();
 
  private:
   IInstanceManager& instanceManager_;

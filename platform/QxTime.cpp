@@ -35,12 +35,16 @@ std::int64_t OffsetAt(std::int64_t seconds) {
 
 }  // namespace
 
+QxTime::QxTime() = default;
+
 QxTime::QxTime(int year, int month, int day, int hour, int minute, int second)
     : year_(year), month_(month), day_(day), hour_(hour), minute_(minute), second_(second) {}
 
 QxTime::QxTime(const long& seconds) { SetFromSeconds(seconds); }
 
 QxTime::QxTime(const long long& seconds) { SetFromSeconds(seconds); }
+
+QxTime::QxTime(int seconds) { SetFromSeconds(seconds); }
 
 QxTime QxTime::GetCurrentTime() {
   const qx::IHost* host = qx::GetCurrentHost();
@@ -61,6 +65,18 @@ std::int64_t QxTime::GetTime() const {
   seconds_ = afterFits && !beforeFits ? after : before;
   return seconds_;
 }
+
+int QxTime::GetYear() const { return year_; }
+
+int QxTime::GetMonth() const { return month_; }
+
+int QxTime::GetDay() const { return day_; }
+
+int QxTime::GetHour() const { return hour_; }
+
+int QxTime::GetMinute() const { return minute_; }
+
+int QxTime::GetSecond() const { return second_; }
 
 void QxTime::SetFromSeconds(std::int64_t seconds) {
   const std::time_t time = seconds;

@@ -10,13 +10,13 @@
 class PLATFORM_API QxTime {
  public:
   /// 1970-01-01 00:00:00.
-  QxTime() = default;
+  QxTime();
   QxTime(int year, int month, int day, int hour, int minute, int second);
   /// From seconds since 1970-01-01 00:00:00 UTC, 64 bits wide whatever the width of `long`.
   explicit QxTime(const long& seconds);
   explicit QxTime(const long long& seconds);
-  /// Else a number of this type would fit either of the two.
-  explicit QxTime(int seconds) : QxTime(long{seconds}) {}
+  /// Without it an `int` would be ambiguous between the two.
+  explicit QxTime(int seconds);
 
   /// The current time by the host's clock, or by the system's where no host is attached.
   static QxTime GetCurrentTime();
@@ -26,12 +26,12 @@ class PLATFORM_API QxTime {
   /// seconds.
   std::int64_t GetTime() const;
 
-  int GetYear() const { return year_; }
-  int GetMonth() const { return month_; }
-  int GetDay() const { return day_; }
-  int GetHour() const { return hour_; }
-  int GetMinute() const { return minute_; }
-  int GetSecond() const { return second_; }
+  int GetYear() const;
+  int GetMonth() const;
+  int GetDay() const;
+  int GetHour() const;
+  int GetMinute() const;
+  int GetSecond() const;
 
  private:
   static constexpr std::int64_t kNotYetComputed = INT64_MIN;

@@ -4,31 +4,36 @@
 
 namespace qx {
 
-/// What comes with a system event: at least its code.
+/// What comes with a system event: at least its code. Plug-ins get the class by reference and never
+/// copy it.
 class PLATFORM_API SystemEventData {
  public:
   using Code = ARBITER_EVENT__<unsigned int>::enum_type;
 
-  explicit SystemEventData(Code code) : code_(code) {}
+  explicit SystemEventData(Code code);
   virtual ~SystemEventData();
+  SystemEventData(const SystemEventData&) = delete;
+  SystemEventData& operator=(const SystemEventData&) = delete;
 
-  Code GetCode() const { return code_; }
+  Code GetCode() const;
 
  private:
   Code code_;
 };
 
-/// Event data with four values.
+/// Event data with four values. The layer defines the one instance below and no other.
 template <typename First, typename Second, typename Third, typename Fourth>
 class SystemEventData4 : public SystemEventData {
  public:
-  SystemEventData4(Code code, First first, Second second, Third third, Fourth fourth)
-      : SystemEventData(code), first_(first), second_(second), third_(third), fourth_(fourth) {}
+  SystemEventData4(Code code, First first, Second second, Third third, Fourth fourth);
+  ~SystemEventData4() override;
+  SystemEventData4(const SystemEventData4&) = delete;
+  SystemEventData4& operator=(const SystemEventData4&) = delete;
 
-  First GetFirst() const { return first_; }
-  Second GetSecond() const { return second_; }
-  Third GetThird() const { return third_; }
-  Fourth GetFourth() const { return fourth_; }
+  First GetFirst() const;
+  Second GetSecond() const;
+  Third GetThird() const;
+  Fourth GetFourth() const;
 
  private:
   First first_;
@@ -37,7 +42,7 @@ class SystemEventData4 : public SystemEventData {
   Fourth fourth_;
 };
 
-// One instance for host and plug-ins, so that a downcast works across the library boundary.
+// The host and its plug-ins share this instance, so a downcast works across the library boundary.
 extern template class PLATFORM_API
     SystemEventData4<unsigned int, unsigned int, ItemType, unsigned int>;
 

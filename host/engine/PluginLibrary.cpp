@@ -6,7 +6,10 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <vector>
+
+#include "host/engine/ElfFile.h"
 
 namespace host {
 namespace {
@@ -18,11 +21,34 @@ Function FindFunction(void* handle, const std::string& path, const char* name) {
   return reinterpret_cast<Function>(symbol);
 }
 
+/// Refuses a plug-in that was linked with another version of the platform layer than this host,
+/// before the dynamic linker loads that version beside this host's. Another layer has another name,
+/// and a plug-in that leaves its layer's names open needs none.
+void CheckLayer(const std::string& path) {
+  constexpr std::string_view kEnding = ".so";
+  constexpr std::string_view kSoname = PLATFORM_SONAME;
+  constexpr std::string_view kLayer = kSoname.substr(0, kSoname.find(kEnding) + kEnding.size());
+  std::string other;
+  try {
+    const std::string file = ReadRegularFile(path);
+    for (const std::string_view library : FindNeededLibraries(file)) {
+      if (library.substr(0, kLayer.size()) == kLayer && library != kSoname) other = library;
+    }
+  } catch (const std::runtime_error& error) {
+    throw PluginError("cannot load the plug-in: " + path + ": " + error.what());
+  }
+  if (!other.empty()) {
+    throw PluginError(path + ": needs another version of the platform layer, " + other +
+                      "; this host has " + std::string(kSoname));
+  }
+}
+
 }  // namespace
 
 void PluginLibrary::Unload::operator()(void* handle) const { dlclose(handle); }
 
 PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
+  CheckLayer(path);
   // With a slash, so that the library search path is not consulted.
   const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
   handle_.reset(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));

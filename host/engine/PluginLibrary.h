@@ -18,7 +18,8 @@ class PluginError : public std::runtime_error {
 class PluginLibrary {
  public:
   /// Loads the library and asks for its two functions. Throws `PluginError`; nothing stays loaded
-  /// then.
+  /// then. A file that is no whole ELF file and a plug-in that was linked with another version of
+  /// the platform layer are refused before any of their code runs.
   explicit PluginLibrary(const std::string& path);
 
   /// The same from a copy of the file, so that it is read anew even where it is loaded already.

@@ -22,7 +22,8 @@ constexpr const char* kMended =
     "> ADD_SERVICE type=shortcut shortcut_id=1\n"
     "push <service_added><shortcut id=\"1\" shortcut_id=\"1\"/></service_added>\n\n# the end\n";
 
-const std::string kMissing = "cannot open shared object file: No such file or directory";
+const std::string kOtherLayer =
+    "needs another version of the platform layer, " NEXT_LAYER "; this host has " LAYER;
 
 std::string Broken(const std::string& fault) {
   return std::string(BROKEN_PLUGINS) + '/' + fault + ".so";
@@ -96,7 +97,9 @@ TEST_F(Replay, WritesItsResultsForOtherPrograms) {
 TEST_F(Replay, LoadsThePluginThatIsNamed) {
   Expect(std::string("replay --plugin ") + PLUGIN_PATH + ' ' + good_, 0, "1 passed, 0 failed\n");
   Expect("replay --plugin libc.so " + good_, 1,
-         "error: cannot load the plug-in: ./libc.so: " + kMissing + '\n');
+         "error: cannot load the plug-in: libc.so: cannot read it: No such file or directory\n");
+  Expect("replay --plugin " + Broken("NEXT_LAYER") + ' ' + good_, 1,
+         "error: " + Broken("NEXT_LAYER") + ": " + kOtherLayer + '\n');
   // A century is the longest advance, and no timer holds it up here.
   WriteFile(bad_, "> persist\n> advance 876600h\n");
   Expect("replay --plugin " + Broken("THROWING_CONSTRUCTOR") + ' ' + bad_, 1,
@@ -125,8 +128,10 @@ TEST(Program, SaysWhyItsPluginCannotBeLoaded) {
       {Broken("THROWING_NAMES"), "GetAgentName or GetCreationFunc failed: no names"},
       {Broken("THROWING_A_NUMBER"), "the agent's construction failed"},
       {Broken("NO_AGENT"), "the factory gives no agent"},
-      {"/dev/null", "file too short"},
-      {"./", "cannot read file data: Is a directory"},
+      {Broken("NEXT_LAYER"), kOtherLayer.c_str()},
+      {"/dev/null", "not a regular file"},
+      {"./", "not a regular file"},
+      {PROJECT_DIR "/README.md", "not an ELF file"},
   };
   for (const auto& [plugin, reason] : cases) {
     const bool isOurs = plugin.rfind(BROKEN_PLUGINS, 0) == 0;

@@ -1,4 +1,5 @@
 // A plug-in with one fault; the build says which.
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -6,6 +7,11 @@
 #include "platform/platform.h"
 
 namespace {
+
+#ifdef FAULT_NEXT_LAYER
+// A host that loads the plug-in ends here.
+[[maybe_unused]] const bool isLoaded = (std::abort(), true);
+#endif
 
 /// Known to nobody but this library.
 class Fault : public std::runtime_error {

@@ -1,111 +1,74 @@
 #include "platform/xml/XmlNode.h"
 
-#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <charconv>
+#include <cstdint>
+#include <variant>
 
-#include "platform/xml/ParsedText.h"
-#include "platform/xml/XmlText.h"
+#include "platform/xml/ParsedElement.h"
+#include "platform/xml/WrittenElement.h"
 
 namespace qx {
+
+/// What stands behind an `XmlNode` and its iterator, in one allocation. An element is written or
+/// parsed. Reading converts a written element to a parsed one; changing converts it back.
+struct Element final : XmlNode, XmlNodeIterator {
+  explicit Element(WrittenElement written) : form(std::move(written)) {}
+  explicit Element(ParsedElement parsed) : form(std::move(parsed)) {}
+
+  mutable std::variant<WrittenElement, ParsedElement> form;
+  ParsedElement next;  // the iterator's
+};
+
 namespace {
 
 constexpr int kMaxDepth = 64;
-constexpr std::string_view kPlaceholderName = "_";  // stands in while an element has no name
 
-/// The attribute of that name; a null one, whose value is "", when the element has none.
-pugi::xml_attribute FindAttribute(pugi::xml_node_struct* element, std::string_view name) {
-  return pugi::xml_node(element).attribute(std::string(name).c_str());
-}
+const Element& Of(const XmlNode& node) { return static_cast<const Element&>(node); }
 
-std::uint64_t NameBit(std::string_view name) {
-  std::uint64_t hash = name.size();
-  if (!name.empty()) {
-    hash = (hash * 31 + static_cast<unsigned char>(name.front())) * 7 +
-           static_cast<unsigned char>(name.back());
+const ParsedElement& Read(const XmlNode& node) {
+  auto& form = Of(node).form;
+  if (const auto* const written = std::get_if<WrittenElement>(&form)) {
+    form = ParsedElement(*written);
   }
-  return std::uint64_t{1} << (hash % 64);
+  return std::get<ParsedElement>(form);
 }
 
-/// Lets `append` add to `out`, all or nothing.
-template <typename Append>
-void AppendWhole(Markup& out, const Append& append) {
-  const std::size_t before = out.GetSize();
-  try {
-    append(out);
-  } catch (...) {
-    out.Truncate(before);
-    throw;
-  }
+WrittenElement& Write(XmlNode& node) {
+  auto& form = Of(node).form;
+  if (const auto* const parsed = std::get_if<ParsedElement>(&form)) form = parsed->Write();
+  return std::get<WrittenElement>(form);
 }
 
-/// `markup` with `text` in place of the `size` bytes at `position`.
-Markup Replace(const Markup& markup, std::size_t position, std::size_t size,
-               std::string_view text) {
-  Markup out;
-  out.Append(markup.GetText().substr(0, position));
-  out.Append(text);
-  out.Append(markup.GetText(position + size));
-  return out;
+boost::shared_ptr<XmlNode> MakeNode(ParsedElement parsed) {
+  if (parsed.IsEmpty()) return {};
+  return boost::make_shared<Element>(std::move(parsed));
 }
 
 }  // namespace
 
-XmlNode::XmlNode() : iterator_(*this) {}
-
-XmlNode::XmlNode(const boost::shared_ptr<ParsedText>& source, pugi::xml_node_struct* parsed)
-    : written_(false), source_(source), parsed_(parsed), iterator_(*this) {}
-
-XmlNode::~XmlNode() = default;
-
 void XmlNode::Initialize(std::string_view name, std::string_view value) {
-  Write();
-  Markup text;
-  AppendEscaped(text, value);
-  std::string newName(name);
-  if (text.GetSize() + textSize_ != 0) {
-    markup_ = Replace(markup_, attributesSize_, textSize_, text.GetText());
-  }
-  textSize_ = text.GetSize();
-  name_ = std::move(newName);
+  Write(*this).Initialize(name, value);
 }
 
 void XmlNode::AddChild(const boost::shared_ptr<XmlNode>& child) {
-  Write();
-  if (child.get() == this) {
-    markup_.Append(OuterXml());
+  WrittenElement& parent = Write(*this);
+  const auto& form = Of(*child).form;
+  if (const auto* const written = std::get_if<WrittenElement>(&form)) {
+    parent.AddChild(*written);
   } else {
-    AppendWhole(markup_, [&](Markup& markup) { child->AppendOuterXml(markup); });
+    parent.AddContent(std::get<ParsedElement>(form).GetOuterXml());
   }
 }
 
 void XmlNode::AddChild(std::string_view name, std::string_view value) {
-  XmlNode child;
+  WrittenElement child;
   child.Initialize(name, value);
-  Write();
-  AppendWhole(markup_, [&](Markup& markup) { child.AppendOuterXml(markup); });
+  Write(*this).AddChild(child);
 }
 
 void XmlNode::SetAttribute(std::string_view name, std::string_view value) {
-  Write();
-  const std::uint64_t bit = NameBit(name);
-  if ((attributeNames_ & bit) != 0 && HasAttribute(name)) {
-    ReplaceAttribute(name, value);
-    return;
-  }
-  if (markup_.GetSize() == attributesSize_) {
-    constexpr std::size_t kUsualSize = 240;
-    markup_.Reserve(kUsualSize);
-    AppendWhole(markup_, [&](Markup& markup) { AppendAttribute(markup, name, value); });
-    attributesSize_ = markup_.GetSize();
-  } else {
-    Markup attribute;
-    AppendAttribute(attribute, name, value);
-    markup_ = Replace(markup_, attributesSize_, 0, attribute.GetText());
-    attributesSize_ += attribute.GetSize();
-  }
-  source_.reset();
-  attributeNames_ |= bit;
+  Write(*this).SetAttribute(name, value);
 }
 
 void XmlNode::SetAttributeNumber(std::string_view name, int value) {
@@ -114,157 +77,70 @@ void XmlNode::SetAttributeNumber(std::string_view name, int value) {
   SetAttribute(name, std::string_view(digits, static_cast<std::size_t>(end - digits)));
 }
 
-void XmlNode::ReplaceAttribute(std::string_view name, std::string_view value) {
-  Read();
-  Markup attributes;
-  for (const pugi::xml_attribute attribute : pugi::xml_node(parsed_).attributes()) {
-    const bool replaced = name == attribute.name();
-    AppendAttribute(attributes, attribute.name(), replaced ? value : attribute.value());
-  }
-  markup_ = Replace(markup_, 0, attributesSize_, attributes.GetText());
-  attributesSize_ = attributes.GetSize();
-  source_.reset();
-}
-
 std::string XmlNode::GetAttribute(std::string_view name) const {
-  Read();
-  return FindAttribute(parsed_, name).value();
+  const char* const value = Read(*this).FindAttribute(name);
+  return value != nullptr ? value : "";
 }
 
 int XmlNode::GetAttributeNumber(std::string_view name) const {
-  Read();
-  return ToInt(FindAttribute(parsed_, name).value());
+  const char* const value = Read(*this).FindAttribute(name);
+  return value != nullptr ? ToInt(value) : 0;
 }
 
 bool XmlNode::HasAttribute(std::string_view name) const {
-  Read();
-  return !FindAttribute(parsed_, name).empty();
+  return Read(*this).FindAttribute(name) != nullptr;
 }
 
 boost::shared_ptr<XmlNode> XmlNode::GetChild(std::string_view name) const {
-  Read();
-  pugi::xml_node child = FirstElement(pugi::xml_node(parsed_).first_child());
-  while (child && name != child.name()) child = FirstElement(child.next_sibling());
-  if (!child) return {};
-  return boost::make_shared<XmlNode>(source_, child.internal_object());
+  ParsedElement child = Read(*this).GetFirstChild();
+  while (!child.IsEmpty() && name != child.GetName()) child.MoveToNextSibling();
+  return MakeNode(std::move(child));
 }
 
+XmlNodeIterator* XmlNode::GetIterator() { return static_cast<Element*>(this); }
+
 std::string XmlNode::GetName() const {
-  return written_ ? name_ : std::string(pugi::xml_node(parsed_).name());
+  return std::visit([](const auto& form) { return std::string(form.GetName()); }, Of(*this).form);
 }
 
 bool XmlNode::IsName(std::string_view name) const {
-  return written_ ? name == name_ : name == pugi::xml_node(parsed_).name();
+  return std::visit([&](const auto& form) { return name == form.GetName(); }, Of(*this).form);
 }
 
 std::string XmlNode::OuterXml() const {
-  std::string text;
-  if (written_) {
-    // Straight into the text: a list may be long, and each copy of it counts.
-    text.reserve(markup_.GetSize() + 2 * name_.size() + std::string_view("<></>").size());
-    WriteTo([&](std::string_view piece) { text += piece; });
-  } else {
-    Markup markup;
-    AppendElement(markup, pugi::xml_node(parsed_));
-    text = markup.GetText();
-  }
-  return text;
-}
-
-void XmlNode::AppendOuterXml(Markup& out) const {
-  if (written_) {
-    WriteTo([&](std::string_view piece) { out.Append(piece); });
-  } else {
-    AppendElement(out, pugi::xml_node(parsed_));
-  }
-}
-
-template <typename Append>
-void XmlNode::WriteTo(const Append& append) const {
-  if (name_.empty()) return;
-  const std::string_view content = markup_.GetText(attributesSize_);
-  append("<");
-  append(name_);
-  append(markup_.GetText().substr(0, attributesSize_));
-  if (content.empty()) {
-    append("/>");
-    return;
-  }
-  append(">");
-  append(content);
-  append("</");
-  append(name_);
-  append(">");
-}
-
-void XmlNode::Read() const {
-  if (source_) return;
-  const auto source = boost::make_shared<ParsedText>();
-  const std::string_view name = name_.empty() ? kPlaceholderName : name_;
-  std::string text(1, '<');
-  text.append(name).append(markup_.GetText().substr(0, attributesSize_)).append(1, '>');
-  text.append(markup_.GetText(attributesSize_)).append("</").append(name).append(1, '>');
-  source->Parse(text, true);
-  parsed_ = source->GetRoot().internal_object();
-  source_ = source;
-}
-
-void XmlNode::WriteParsed() {
-  const pugi::xml_node element(parsed_);
-  Markup markup;
-  std::uint64_t names = 0;
-  for (const pugi::xml_attribute attribute : element.attributes()) {
-    AppendAttribute(markup, attribute.name(), attribute.value());
-    names |= NameBit(attribute.name());
-  }
-  const std::size_t attributesSize = markup.GetSize();
-  std::size_t textSize = 0;  // of what stands before the first child; what comes later stays there
-  bool hasChild = false;
-  for (const pugi::xml_node node : element.children()) {
-    if (node.type() == pugi::node_element) {
-      AppendElement(markup, node);
-      hasChild = true;
-    } else if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata) {
-      AppendEscaped(markup, node.value());
-      if (!hasChild) textSize = markup.GetSize() - attributesSize;
-    }
-  }
-  name_ = element.name();
-  markup_ = std::move(markup);
-  attributesSize_ = attributesSize;
-  textSize_ = textSize;
-  attributeNames_ = names;
-  written_ = true;
+  return std::visit([](const auto& form) { return form.GetOuterXml(); }, Of(*this).form);
 }
 
 boost::shared_ptr<XmlNode> XmlNodeIterator::GetFirst() {
-  element_.Read();
-  source_ = element_.source_;
-  next_ = FirstElement(pugi::xml_node(element_.parsed_).first_child()).internal_object();
+  auto& element = static_cast<Element&>(*this);
+  element.next = Read(element).GetFirstChild();
   return GetNext();
 }
 
 boost::shared_ptr<XmlNode> XmlNodeIterator::GetNext() {
-  const pugi::xml_node current(next_);
-  if (!current) return {};
-  auto child = boost::make_shared<XmlNode>(source_, next_);
-  next_ = FirstElement(current.next_sibling()).internal_object();
-  return child;
+  ParsedElement& next = static_cast<Element&>(*this).next;
+  auto node = MakeNode(next);
+  next.MoveToNextSibling();
+  return node;
 }
 
-boost::shared_ptr<XmlNode> CreateXmlNode() { return boost::make_shared<XmlNode>(); }
+XmlDocument::XmlDocument(const boost::shared_ptr<XmlNode>& root) : root_(root) {}
+XmlDocument::~XmlDocument() = default;
+
+boost::shared_ptr<XmlNode> XmlDocument::GetRoot() const { return root_; }
+
+boost::shared_ptr<XmlNode> CreateXmlNode() { return boost::make_shared<Element>(WrittenElement()); }
 
 boost::shared_ptr<XmlNode> CreateXmlNode(std::string_view name, std::string_view value) {
-  auto element = boost::make_shared<XmlNode>();
-  element->Initialize(name, value);
-  return element;
+  WrittenElement element;
+  element.Initialize(name, value);
+  return boost::make_shared<Element>(std::move(element));
 }
 
 boost::shared_ptr<XmlDocument> CreateXmlDocument(std::string_view text) {
   const auto source = boost::make_shared<ParsedText>();
   if (!source->Parse(text, false) || source->IsDeeperThan(kMaxDepth)) return {};
-  return boost::make_shared<XmlDocument>(
-      boost::make_shared<XmlNode>(source, source->GetRoot().internal_object()));
+  return boost::make_shared<XmlDocument>(MakeNode(ParsedElement(source, source->GetRoot())));
 }
 
 int ToInt(const char* text) {

@@ -1,61 +1,56 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "platform/Types.h"
-#include "platform/xml/Markup.h"
 
-namespace pugi {
-struct xml_node_struct;
-}
+// The members of these classes are out of line and the data behind them is not declared here: a
+// plug-in that was compiled against this header does not depend on how an element is kept.
 
 namespace qx {
 
-class ParsedText;
 class XmlNode;
 
-/// Walks the child elements of an element. Belongs to the element: there is one for each, and it is
-/// valid as long as the element is.
+/// Walks the child elements of an element. The element owns its one iterator: it is valid as long
+/// as the element is. [any time]
 class PLATFORM_API XmlNodeIterator {
  public:
-  /// The first child element, as it is now; empty when there is none.
+  XmlNodeIterator(const XmlNodeIterator&) = delete;
+  XmlNodeIterator& operator=(const XmlNodeIterator&) = delete;
+
+  /// The first child element, as it is now; empty when there is none. Throws `std::bad_alloc` only.
   boost::shared_ptr<XmlNode> GetFirst();
-  /// The child element after the one last returned; empty when there is none.
+  /// The child element after the one last returned; empty when there is none. Changes that were
+  /// made to the element after `GetFirst` are not seen. Throws `std::bad_alloc` only.
   boost::shared_ptr<XmlNode> GetNext();
 
  private:
-  friend class XmlNode;
-  explicit XmlNodeIterator(const XmlNode& element) : element_(element) {}
-
-  const XmlNode& element_;
-  boost::shared_ptr<ParsedText> source_;
-  pugi::xml_node_struct* next_ = nullptr;
+  friend struct Element;
+  XmlNodeIterator() = default;
+  ~XmlNodeIterator() = default;
 };
 
 /// An XML element: a name, a text, attributes in the order in which they were set, and child
 /// elements. Names must be XML names; texts and attribute values may be any bytes. Reading what is
-/// absent gives "" and 0. Every operation may throw `std::bad_alloc`, nothing else. [any time]
+/// absent gives "" and 0; of attributes of the same name in a parsed text the first counts. Every
+/// operation may throw `std::bad_alloc`, nothing else, and has changed nothing then. [any time]
 class PLATFORM_API XmlNode {
  public:
-  XmlNode();
-  /// A place in a parsed text; elements read from a text are made so.
-  XmlNode(const boost::shared_ptr<ParsedText>& source, pugi::xml_node_struct* parsed);
-  ~XmlNode();
   XmlNode(const XmlNode&) = delete;
   XmlNode& operator=(const XmlNode&) = delete;
 
   /// Gives the element its name and text; attributes and children stay.
   void Initialize(std::string_view name, std::string_view value);
 
-  /// Appends `child` as it is now: changing `child` afterwards does not change this element.
+  /// Appends a copy of `child` as it is now: changing `child` afterwards does not change this
+  /// element. A child without a name is not appended.
   void AddChild(const boost::shared_ptr<XmlNode>& child);
   /// Appends a new child element with that name and text.
   void AddChild(std::string_view name, std::string_view value);
 
-  /// Sets an attribute; one that is set already keeps its place and takes the new value.
+  /// Sets an attribute. An attribute of that name keeps its place and takes the new value.
   void SetAttribute(std::string_view name, std::string_view value);
   void SetAttributeNumber(std::string_view name, int value);
 
@@ -64,9 +59,10 @@ class PLATFORM_API XmlNode {
   int GetAttributeNumber(std::string_view name) const;
   bool HasAttribute(std::string_view name) const;
 
-  /// The first child element of that name, as it is now; empty when there is none.
+  /// A copy of the first child element of that name, as it is now; empty when there is none.
   boost::shared_ptr<XmlNode> GetChild(std::string_view name) const;
-  XmlNodeIterator* GetIterator() { return &iterator_; }
+  /// The element's iterator; the element keeps ownership.
+  XmlNodeIterator* GetIterator();
 
   std::string GetName() const;
   bool IsName(std::string_view name) const;
@@ -77,55 +73,36 @@ class PLATFORM_API XmlNode {
   std::string OuterXml() const;
 
  private:
-  friend class XmlNodeIterator;
-
-  // An element is written, parsed, or both. Written: its attributes and content are kept as the
-  // text that they will be, so that handing them on is a copy of bytes. Parsed: a place in a parsed
-  // text. Reading parses what was only written; changing writes what was only parsed.
-  void Read() const;
-  void Write() {
-    if (!written_) WriteParsed();
-    source_.reset();
-  }
-  void WriteParsed();
-  void ReplaceAttribute(std::string_view name, std::string_view value);
-  void AppendOuterXml(Markup& out) const;
-  /// Hands a written element's `OuterXml` to `append`, piece by piece.
-  template <typename Append>
-  void WriteTo(const Append& append) const;
-
-  std::string name_;
-  Markup markup_;  // the attributes, the text, the children, one after another
-  std::size_t attributesSize_ = 0;
-  std::size_t textSize_ = 0;
-  std::uint64_t attributeNames_ = 0;  // a bit for each name that may have been set
-  bool written_ = true;
-  mutable boost::shared_ptr<ParsedText> source_;
-  mutable pugi::xml_node_struct* parsed_ = nullptr;
-  XmlNodeIterator iterator_;
+  friend struct Element;
+  XmlNode() = default;
+  ~XmlNode() = default;
 };
 
 /// A text that parsed. [any time]
 class PLATFORM_API XmlDocument {
  public:
-  explicit XmlDocument(const boost::shared_ptr<XmlNode>& root) : root_(root) {}
+  explicit XmlDocument(const boost::shared_ptr<XmlNode>& root);
+  ~XmlDocument();
+  XmlDocument(const XmlDocument&) = delete;
+  XmlDocument& operator=(const XmlDocument&) = delete;
 
   /// The root element; never empty.
-  boost::shared_ptr<XmlNode> GetRoot() const { return root_; }
+  boost::shared_ptr<XmlNode> GetRoot() const;
 
  private:
   boost::shared_ptr<XmlNode> root_;
 };
 
-/// A new element without a name.
+/// A new element without a name. Throws `std::bad_alloc` only.
 PLATFORM_API boost::shared_ptr<XmlNode> CreateXmlNode();
+/// A new element with that name and text. Throws `std::bad_alloc` only.
 PLATFORM_API boost::shared_ptr<XmlNode> CreateXmlNode(std::string_view name,
                                                       std::string_view value);
 
 /// Parses a text. Empty when it does not parse: also when it has no root element or more than one,
 /// anything but white space and comments after the root, a NUL byte, a reference to the
 /// character 0 or beyond the last, or elements nested deeper than 64. Throws `std::bad_alloc` only.
-/// The nodes of the document share one copy of the text.
+/// The elements of the document share one copy of the text.
 PLATFORM_API boost::shared_ptr<XmlDocument> CreateXmlDocument(std::string_view text);
 
 /// The decimal integer, with or without a sign, that `text` begins with; 0 when there is none. A
@@ -134,7 +111,7 @@ PLATFORM_API int ToInt(const char* text);
 
 }  // namespace qx
 
-/// Writes a number into an element, as a child element named `name`.
+/// Writes a number into an element, as a child element named `name`. Throws `std::bad_alloc` only.
 class PLATFORM_API XmlHelper {
  public:
   static void toXml(int value, boost::shared_ptr<qx::XmlNode>& element, const char* name);

@@ -43,14 +43,18 @@ std::string_view Escape(char c) {
   }
 }
 
+std::size_t PlainSize(std::string_view text) {
+  const auto isPlain = [](char c) { return ClassOf(c) == ByteClass::kPlain; };
+  const auto* const special = std::find_if_not(text.begin(), text.end(), isPlain);
+  return static_cast<std::size_t>(special - text.begin());
+}
+
 }  // namespace
 
 void AppendEscaped(Markup& out, std::string_view text) {
-  const auto isPlain = [](char c) { return ClassOf(c) == ByteClass::kPlain; };
   for (;;) {
-    const auto* const special = std::find_if_not(text.begin(), text.end(), isPlain);
-    const auto plain = static_cast<std::size_t>(special - text.begin());
-    out.Append(text.substr(0, plain));
+    const std::size_t plain = PlainSize(text);
+    Append(out, text.substr(0, plain));
     text.remove_prefix(plain);
     if (text.empty()) return;
     const ByteClass byteClass = ClassOf(text.front());
@@ -66,9 +70,23 @@ void AppendEscaped(Markup& out, std::string_view text) {
       const bool allowed = character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF";
       if (length > 0 && allowed) written = character;
     }
-    out.Append(written);
+    Append(out, written);
     text.remove_prefix(size);
   }
+}
+
+void AppendAttribute(Markup& out, std::string_view name, std::string_view value) {
+  Markup escaped;
+  if (PlainSize(value) != value.size()) {
+    AppendEscaped(escaped, value);
+    value = View(escaped);
+  }
+  char* to = Extend(out, name.size() + value.size() + std::string_view(" =\"\"").size());
+  to = Write(to, " ");
+  to = Write(to, name);
+  to = Write(to, "=\"");
+  to = Write(to, value);
+  Write(to, "\"");
 }
 
 }  // namespace qx

@@ -170,7 +170,8 @@ TEST(XmlDocument, IsOneElementAndNothingButCommentsAfterIt) {
                {"<a><![CDATA[<b>&]]></a>", "<a>&lt;b&gt;&amp;</a>"},
                {"<a>x<b/>y<?pi?><!-- c -->z</a>", "<a>x<b/>yz</a>"},
                {"<a>\r\n x\r\n</a>", "<a>&#10; x&#10;</a>"},
-               {"<a> <b/> </a>", "<a><b/></a>"}};
+               {"<a> <b/> </a>", "<a><b/></a>"},
+               {"<a x='1' y='2' x='3'/>", "<a x=\"1\" y=\"2\"/>"}};
   for (const auto& [text, parsed] : cases) EXPECT_EQ(Parsed(text), parsed) << text;
   const char* const bad[] = {
       // No root, or more than one.

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <pugixml.hpp>
+#include <string>
+#include <string_view>
+
+#include "platform/xml/NameSet.h"
+#include "platform/xml/WrittenElement.h"
+
+namespace qx {
+
+/// A parsed XML text, kept alive by every element that is a place in it.
+class ParsedText {
+ public:
+  /// False when `text` does not parse to exactly one element, or has what no XML has: a NUL byte or
+  /// a reference such as `&#0;`. Text of nothing but white space is left out unless `keepBlanks`.
+  /// Called once. Throws `std::bad_alloc` only.
+  bool Parse(std::string_view text, bool keepBlanks);
+
+  pugi::xml_node GetRoot() const { return root_; }
+  bool IsDeeperThan(int levels) const;
+
+ private:
+  std::string text_;  // the document's names and values are in it
+  pugi::xml_document document_;
+  pugi::xml_node root_;
+};
+
+/// An element that was parsed: a place in a parsed text, and nothing more. The text does not
+/// change. Throws `std::bad_alloc` only.
+class ParsedElement {
+ public:
+  /// No element.
+  ParsedElement() = default;
+  /// `node` is an element of `source`, or null for no element.
+  ParsedElement(const boost::shared_ptr<const ParsedText>& source, pugi::xml_node node)
+      : source_(source), node_(node) {}
+  /// The element that was written, parsed.
+  explicit ParsedElement(const WrittenElement& element);
+
+  bool IsEmpty() const { return node_.empty(); }
+  /// "" when the element that was written had none.
+  const char* GetName() const { return node_.name(); }
+  /// The value of the first attribute of that name, valid as long as the text; null when there is
+  /// none.
+  const char* FindAttribute(std::string_view name) const;
+  /// The first child element; empty when there is none.
+  ParsedElement GetFirstChild() const;
+  /// Becomes the first element after this one in the same parent; empty when there is none.
+  void MoveToNextSibling();
+
+  /// Comments and processing instructions are left out; "" for an element without a name.
+  std::string GetOuterXml() const;
+  /// The element to be changed.
+  WrittenElement Write() const;
+
+ private:
+  boost::shared_ptr<const ParsedText> source_;
+  pugi::xml_node node_;
+  // Attributes are mostly read in the order in which they stand. A look-up goes on at `next_`,
+  // after `passed_`, if none of those can have the name.
+  mutable pugi::xml_attribute next_;
+  mutable NameSet passed_ = NameSet::All();
+};
+
+}  // namespace qx

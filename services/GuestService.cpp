@@ -1,5 +1,6 @@
 #include "services/GuestService.h"
 
+#include <algorithm>
 #include <charconv>
 #include <stdexcept>
 #include <string_view>
@@ -8,12 +9,14 @@ namespace {
 
 /// Writes the number, padded with zeros to `width`, and the character `next`. Returns the end.
 char* WriteNumber(char* text, int number, int width, char next) {
-  char digits[16];
-  char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  for (auto length = end - digits; length < width; ++length) *text++ = '0';
-  for (const char* digit = digits; digit != end; ++digit) *text++ = *digit;
-  *text++ = next;
-  return text;
+  constexpr int kMostCharacters = 11;
+  char* end = std::to_chars(text, text + kMostCharacters, number).ptr;
+  for (; end - text < width; ++end) {
+    std::copy_backward(text, end, end + 1);
+    *text = '0';
+  }
+  *end++ = next;
+  return end;
 }
 
 /// Parses MM/DD/YYYY HH:MM:SS by position and ignores the separators. The seconds may have fewer
@@ -59,12 +62,12 @@ void GuestService::FromXml(const boost::shared_ptr<qx::XmlNode>& element) {
     request_time = ParseDateTime(time->GetAttribute("DATETIME"));
     return;
   }
-  const int second = time->GetAttributeNumber("SEC");
-  const int minute = time->GetAttributeNumber("MIN");
-  const int hour = time->GetAttributeNumber("HOUR");
-  const int day = time->GetAttributeNumber("DAY");
-  const int month = time->GetAttributeNumber("MONTH");
   const int year = time->GetAttributeNumber("YEAR");
+  const int month = time->GetAttributeNumber("MONTH");
+  const int day = time->GetAttributeNumber("DAY");
+  const int hour = time->GetAttributeNumber("HOUR");
+  const int minute = time->GetAttributeNumber("MIN");
+  const int second = time->GetAttributeNumber("SEC");
   request_time = QxTime(year, month, day, hour, minute, second);
 }
 

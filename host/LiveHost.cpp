@@ -7,8 +7,7 @@
 #include <stdexcept>
 
 #include "host/PageFiles.h"
-#include "host/session/Step.h"
-#include "host/session/StepHelp.h"
+#include "host/engine/Clock.h"
 #include "host/session/Transcript.h"
 
 namespace host {
@@ -16,24 +15,20 @@ namespace {
 
 namespace chrono = std::chrono;
 
-constexpr std::size_t kMostRecentLines = 500;
-constexpr std::size_t kMostRecentSize = std::size_t{256} << 10;
 constexpr chrono::seconds kClockPeriod{10};
 
-LiveSession::Moment Now() {
+Moment Now() {
   const SystemClock clock;
   return {clock.Wall(), clock.Monotonic()};
 }
 
-/// Reads a line as a step. Throws `StepError`.
-Step ParseLine(const std::string& line) {
+/// Reads a line that a person or a page sent. Throws `StepError`.
+Step ReadLine(const std::string& line, Sender sender) {
   std::string visible = line;
   visible.erase(std::remove(visible.begin(), visible.end(), '\t'), visible.end());
   if (ToOneLine(visible) != visible) throw StepError("a step is one line of UTF-8 text");
-  return ParseStep(line);
+  return ReadStep(line, sender);
 }
-
-std::string ErrorLine(const std::exception& error) { return "error " + ToOneLine(error.what()); }
 
 std::string UrlOf(const boost::asio::ip::tcp::endpoint& endpoint) {
   std::ostringstream text;
@@ -45,18 +40,17 @@ std::string UrlOf(const boost::asio::ip::tcp::endpoint& endpoint) {
 
 LiveHost::LiveHost(const Options& options)
     : session_(options.session, Now),
-      pluginPath_(options.session.plugin),
       console_(
           io_, [this](const std::string& line) { OnConsoleLine(line); }, [this] { io_.stop(); }),
+      feed_(session_, console_, options.session.plugin),
       signals_(io_),
       due_(io_),
-      clock_(io_),
-      toldHealth_(session_.GetStateHealth()) {
+      clock_(io_) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) signals_.add(signal);
   if (options.listen != "none") Listen(options);
   const auto lines = session_.Start();
-  PublishStatus();
-  Publish(lines);
+  feed_.SendStatus();
+  feed_.SendLines(lines);
 }
 
 void LiveHost::Listen(const Options& options) {
@@ -68,9 +62,12 @@ void LiveHost::Listen(const Options& options) {
     return web::Text{"text/plain; charset=utf-8", session_.GetScenario()};
   };
   site.webSocketPaths = {"/ws"};
-  site.handlers.onClient = [this](web::Client& client) { OnClient(client); };
-  site.handlers.onLine = [this](web::Client& client, const std::string& line) {
-    OnClientLine(client, line);
+  site.handlers.onClient = [this](web::Client& page) {
+    CatchUp();
+    feed_.Greet(page);
+  };
+  site.handlers.onLine = [this](web::Client& page, const std::string& line) {
+    OnPageLine(page, line);
   };
   try {
     site.access = web::Access(options.proxyNames);
@@ -82,6 +79,7 @@ void LiveHost::Listen(const Options& options) {
   } catch (const std::exception& error) {
     throw std::runtime_error("--listen " + options.listen + ": " + error.what());
   }
+  feed_.SetPages(server_->GetClients());
 }
 
 bool LiveHost::Run() {
@@ -91,113 +89,36 @@ bool LiveHost::Run() {
   }
   if (console_.IsTerminal()) console_.Print("help lists the steps, Ctrl-D ends the host");
   console_.Open();
-  OnSignals();
-  TellTimeRegularly();
+  AwaitSignal();
+  ArmClock();
   ArmTimer();
   io_.run();
 
   console_.Close();
   if (server_) server_->Close();
   session_.Save();
-  PublishStatus();
-  return session_.GetStateHealth().compare(0, 6, "failed") != 0;
+  feed_.SendStatus();
+  return session_.GetStateHealth().kind != StateHealth::Kind::kFailed;
 }
 
-void LiveHost::OnSignals() {
+void LiveHost::AwaitSignal() {
   signals_.async_wait([this](const boost::system::error_code& error, int signal) {
     if (error) return;
-    if (signal == SIGINT || signal == SIGTERM) return io_.stop();
-    if (signal == SIGWINCH) {
-      console_.Resize();
-    } else {
-      CatchUp();
-      Reload(true);
-    }
-    OnSignals();
+    OnSignal(signal);
+    AwaitSignal();
   });
 }
 
-void LiveHost::OnConsoleLine(const std::string& line) {
-  const std::string text = line.compare(0, 2, "> ") == 0 ? line.substr(2) : line;
-  CatchUp();
-  const bool isComment = text.empty() || text.front() == '#';
-  if (!console_.IsTerminal()) console_.Print(isComment ? text : "> " + text);
-  if (isComment) return;
-  try {
-    RunConsoleStep(text);
-  } catch (const std::exception& error) {
-    console_.Print(ErrorLine(error));
+void LiveHost::OnSignal(int signal) {
+  switch (signal) {
+    case SIGWINCH:
+      return console_.Resize();
+    case SIGHUP:
+      CatchUp();
+      return RunAction(ReadStep("reload", Sender::kConsole), false);
+    default:
+      io_.stop();
   }
-}
-
-void LiveHost::RunConsoleStep(const std::string& text) {
-  const Step step = ParseLine(text);
-  if (step.name == "help") {
-    console_.Print(GetStepHelp());
-  } else if (step.name == "reload") {
-    Reload(false);
-  } else if (step.name == "export") {
-    if (step.words.size() != 1 || !step.words[0].key.empty()) throw StepError("usage: export FILE");
-    session_.Export(step.words[0].value);
-  } else {
-    RunStep(text, step.name == "ui", nullptr);
-  }
-}
-
-void LiveHost::OnClientLine(web::Client& client, const std::string& line) {
-  CatchUp();
-  try {
-    const Step step = ParseLine(line);
-    const bool isRequest = step.name == "ui";
-    if (!isRequest && !Step::IsCommandName(step.name)) {
-      throw StepError("only commands and ui requests are taken from here");
-    }
-    RunStep(line, isRequest, &client);
-  } catch (const StepError& error) {
-    client.Send("> " + ToOneLine(line));
-    client.Send(ErrorLine(error));
-  }
-}
-
-void LiveHost::OnClient(web::Client& client) {
-  CatchUp();
-  client.Send(GetClockLine());
-  client.Send(GetHealthLine());
-  for (const std::string& notice : session_.GetNotices()) client.Send("! notice " + Quote(notice));
-  for (const web::SharedLine& line : recent_) client.Send(line);
-  client.Send("! replay-end");
-}
-
-void LiveHost::CatchUp() {
-  const auto lines = session_.CatchUp();
-  PublishStatus();
-  Publish(lines);
-  ArmTimer();
-}
-
-void LiveHost::RunStep(const std::string& text, bool isRequest, web::Client* client) {
-  // What a page asks for its own sake would drown what happened.
-  const bool isRecorded = !isRequest || client == nullptr;
-  const auto lines = session_.RunStep(text, isRecorded);
-  PublishStatus();
-  if (!isRequest) {
-    Tell("> " + text, client != nullptr);
-    Publish(lines);
-  } else if (client != nullptr) {
-    client->Send("> " + text);
-    for (const std::string& line : lines) client->Send(line);
-  } else {
-    for (const std::string& line : lines) console_.Print(line);
-  }
-  ArmTimer();
-}
-
-void LiveHost::Reload(bool isNewToConsole) {
-  const auto lines = session_.Reload();
-  PublishStatus();
-  Tell("> reload", isNewToConsole);
-  Publish(lines);
-  ArmTimer();
 }
 
 void LiveHost::ArmTimer() {
@@ -212,64 +133,76 @@ void LiveHost::ArmTimer() {
   });
 }
 
-void LiveHost::TellTimeRegularly() {
+void LiveHost::ArmClock() {
   clock_.expires_after(kClockPeriod);
   clock_.async_wait([this](const boost::system::error_code& error) {
     if (error) return;
     CatchUp();
-    TellTime();
-    TellTimeRegularly();
+    feed_.SendClock();
+    ArmClock();
   });
 }
 
-void LiveHost::Publish(const std::vector<std::string>& lines) {
-  for (const std::string& line : lines) Tell(line, true);
+void LiveHost::OnConsoleLine(const std::string& line) {
+  const std::string text = line.compare(0, 2, "> ") == 0 ? line.substr(2) : line;
+  CatchUp();
+  const bool isComment = text.empty() || text.front() == '#';
+  if (!console_.IsTerminal()) console_.Print(isComment ? text : "> " + text);
+  if (!isComment) RunLine(text, nullptr);
 }
 
-void LiveHost::Tell(const std::string& text, bool onConsole) {
-  if (onConsole) console_.Print(text);
-  if (!server_) return;
-  if (session_.GetTime() != toldTime_) TellTime();
-  const auto line = std::make_shared<const std::string>(text);
-  server_->GetClients().Broadcast(line);
-  recent_.push_back(line);
-  recentSize_ += text.size();
-  while (recent_.size() > kMostRecentLines || recentSize_ > kMostRecentSize) {
-    recentSize_ -= recent_.front()->size();
-    recent_.pop_front();
+void LiveHost::OnPageLine(web::Client& page, const std::string& line) {
+  CatchUp();
+  RunLine(line, &page);
+}
+
+void LiveHost::RunLine(const std::string& line, web::Client* page) {
+  Step step;
+  try {
+    step = ReadLine(line, page != nullptr ? Sender::kPage : Sender::kConsole);
+  } catch (const StepError& error) {
+    return Reply(ToOneLine(line), page, {FormatError(error.what())});
+  }
+  if (step.row->isQuery) {
+    RunQuery(step, page);
+  } else {
+    RunAction(step, page == nullptr);
   }
 }
 
-void LiveHost::TellTime() {
-  toldTime_ = session_.GetTime();
-  if (server_) server_->GetClients().Broadcast(std::make_shared<const std::string>(GetClockLine()));
+void LiveHost::RunQuery(const Step& step, web::Client* page) {
+  // The queries of pages would bury the record of what happened.
+  const auto lines = session_.RunStep(step, page == nullptr);
+  feed_.SendStatus();
+  Reply(step.text, page, lines);
+  ArmTimer();
 }
 
-void LiveHost::PublishStatus() {
-  const auto tell = [this](const std::string& line) {
-    console_.Print(line);
-    if (server_) server_->GetClients().Broadcast(std::make_shared<const std::string>(line));
-  };
-  const auto& notices = session_.GetNotices();
-  while (toldNotices_ < notices.size()) tell("! notice " + Quote(notices[toldNotices_++]));
-  if (session_.GetStateHealth() != toldHealth_) {
-    toldHealth_ = session_.GetStateHealth();
-    tell(GetHealthLine());
+void LiveHost::RunAction(const Step& step, bool isFromConsole) {
+  const auto lines = session_.RunStep(step);
+  feed_.SendStatus();
+  feed_.SendStep(step.text, isFromConsole);
+  feed_.SendLines(lines);
+  ArmTimer();
+}
+
+void LiveHost::Reply(const std::string& step, web::Client* page,
+                     const std::vector<std::string>& lines) {
+  if (page != nullptr) page->Send("> " + step);
+  for (const std::string& line : lines) {
+    if (page != nullptr) {
+      page->Send(line);
+    } else {
+      console_.Print(line);
+    }
   }
-  const std::int64_t offset = session_.GetTime() - Now().wall / 1000;
-  if (std::abs(offset - toldOffset_) > 1) {
-    toldOffset_ = offset;
-    TellTime();
-  }
 }
 
-std::string LiveHost::GetClockLine() const {
-  const std::int64_t now = session_.GetTime();
-  return "! clock " + std::to_string(now) + ' ' + std::to_string(GetUtcOffset(now));
-}
-
-std::string LiveHost::GetHealthLine() const {
-  return "! health state=" + Quote(session_.GetStateHealth()) + " plugin=" + Quote(pluginPath_);
+void LiveHost::CatchUp() {
+  const auto lines = session_.CatchUp();
+  feed_.SendStatus();
+  feed_.SendLines(lines);
+  ArmTimer();
 }
 
 }  // namespace host

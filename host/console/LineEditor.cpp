@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/session/StepHelp.h"
+#include "host/session/StepCompletion.h"
 
 namespace host {
 namespace {

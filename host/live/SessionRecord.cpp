@@ -1,15 +1,24 @@
 #include "host/live/SessionRecord.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <system_error>
+#include "platform/HostLog.h"
 
 namespace host {
 
-void SessionRecord::Begin(std::int64_t moment, const std::vector<std::string>& steps) {
+void SessionRecord::NoteSetting(const Step& step) {
+  for (const char* const name : {"verbose", "programming", "forwarder"}) {
+    if (step.name == name) settings_[name] = step.text;
+  }
+}
+
+void SessionRecord::Begin(std::int64_t moment, const std::string& clock,
+                          const std::string& restart) {
   moment_ = moment;
   text_.clear();
-  for (const std::string& step : steps) Add("> " + step);
+  Add("> " + clock);
+  Add("> " + restart);
+  for (const auto& setting : settings_) Add("> " + setting.second);
+  const std::string level = qx::GetLogLevel();
+  if (level != "INFO") Add("> loglevel " + level);
 }
 
 void SessionRecord::AddStep(std::int64_t moment, const std::string& step,
@@ -29,18 +38,6 @@ void SessionRecord::AddLines(std::int64_t moment, const std::vector<std::string>
 void SessionRecord::AddPassage(std::int64_t moment) {
   Add("> advance " + std::to_string(moment - moment_) + 's');
   moment_ = moment;
-}
-
-void SessionRecord::Write(const std::string& path) const {
-  const auto check = [&](bool succeeded) {
-    if (succeeded) return;
-    throw std::system_error(errno, std::generic_category(), path + ": cannot write it");
-  };
-  std::FILE* const file = std::fopen(path.c_str(), "wx");
-  check(file != nullptr);
-  const bool isWritten = std::fwrite(text_.data(), 1, text_.size(), file) == text_.size();
-  const bool isClosed = std::fclose(file) == 0;
-  check(isWritten && isClosed);
 }
 
 }  // namespace host

@@ -5,26 +5,26 @@
 
 namespace host {
 
-/// A file that holds a state, and the good version before it in FILE.backup. Whatever ends the
-/// process while it saves, the file holds the old text or the new one. Every operation throws
-/// `std::system_error`, which names the file and the step, and leaves the good files as they are.
+/// A file that holds a state, and its previous good version in FILE.backup. A save is atomic: a
+/// crash at any moment leaves the old text or the new one in the file. Every operation throws
+/// `std::system_error`, which names the step and the file, and leaves the good files as they are.
 class StateFile {
  public:
-  /// `path` may be a link to the file. Its folder must be there.
+  /// `path` may be a symbolic link to the file. Its folder must exist.
   explicit StateFile(const std::string& path);
 
   const std::string& GetPath() const { return path_; }
   const std::string& GetBackupPath() const { return backup_; }
 
-  /// The text of the file, or of the backup; nothing if there is no such file.
+  /// The text of the file or of the backup; nothing if there is no such file.
   static std::optional<std::string> Read(const std::string& path);
 
-  /// Gives `path` a name that says that it could not be read, and when; returns that name. No file
-  /// is overwritten.
+  /// Renames an unreadable file to a name with the present time; returns that name. Overwrites no
+  /// file.
   static std::string SetAside(const std::string& path);
 
-  /// Puts `text` in the file's place and the file in the backup's, and returns when both are on the
-  /// disk.
+  /// Replaces the file by `text` and the backup by the file. Both are on the disk (fsync) when it
+  /// returns.
   void Save(const std::string& text) const;
 
  private:

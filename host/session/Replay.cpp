@@ -1,13 +1,12 @@
 #include "host/session/Replay.h"
 
-#include <cerrno>
-#include <cstring>
 #include <dtl/dtl.hpp>
-#include <fstream>
 #include <sstream>
 
 #include "host/engine/Clock.h"
+#include "host/engine/File.h"
 #include "host/session/Session.h"
+#include "host/session/StepTable.h"
 #include "platform/xml/XmlNode.h"
 
 namespace host {
@@ -59,10 +58,7 @@ void WriteJUnit(const std::string& path, const std::vector<Outcome>& outcomes, i
     if (!outcome.failure.empty()) test->AddChild("failure", outcome.failure);
     suite->AddChild(test);
   }
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << suite->OuterXml() << '\n';
-  file.close();
-  if (!file) throw std::runtime_error(path + ": cannot write it: " + std::strerror(errno));
+  WriteFile(path, suite->OuterXml() + '\n', FileMode::kTruncate);
 }
 
 }  // namespace
@@ -84,7 +80,7 @@ Scenario ReplayScenario(const PluginLibrary& plugin, const Scenario& scenario, b
       session.Start();
     } else {
       if (show != nullptr) *show << "> " << blocks[i].step << '\n' << std::flush;
-      session.RunStep(blocks[i].step);
+      RunScenarioLine(session, blocks[i].step);
     }
     replayed.SetLines(i, lines);
   }

@@ -1,15 +1,13 @@
 #include "host/session/Scenario.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
 
+#include "host/engine/File.h"
 #include "platform/xml/Utf8.h"
 
 namespace host {
@@ -30,17 +28,7 @@ bool IsUtf8(std::string_view text) {
 
 }  // namespace
 
-Scenario Scenario::Read(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string text;
-  char buffer[4096];
-  while (file.read(buffer, sizeof buffer), file.gcount() > 0) {
-    text.append(buffer, static_cast<std::size_t>(file.gcount()));
-  }
-  // A directory opens, and fails only when it is read.
-  if (!file.eof()) throw std::runtime_error(path + ": cannot read it: " + std::strerror(errno));
-  return Parse(text, path);
-}
+Scenario Scenario::Read(const std::string& path) { return Parse(ReadFile(path), path); }
 
 Scenario Scenario::Parse(const std::string& text, const std::string& path) {
   Scenario scenario;
@@ -84,13 +72,12 @@ std::vector<std::string> Scenario::GetLines() const {
 }
 
 void Scenario::Write(const std::string& path) const {
-  // Beside the file and then in its place: a full disk must not cost the scenario.
-  const std::filesystem::path target = std::filesystem::canonical(path);
-  const std::string written = target.string() + ".new";
-  std::ofstream file(written, std::ios::binary | std::ios::trunc);
-  for (const std::string& line : GetLines()) file << line << '\n';
-  file.close();
-  if (!file) throw std::runtime_error(written + ": cannot write it: " + std::strerror(errno));
+  // An atomic rename: a full disk must not cost the scenario.
+  const std::string target = std::filesystem::canonical(path).string();
+  const std::string written = target + ".new";
+  std::string text;
+  for (const std::string& line : GetLines()) (text += line) += '\n';
+  WriteFile(written, text, FileMode::kTruncate);
   std::filesystem::rename(written, target);
 }
 

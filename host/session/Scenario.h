@@ -5,29 +5,28 @@
 
 namespace host {
 
-/// A scenario file: steps, each with the lines that are to follow it, and comments.
+/// A scenario file: steps, each with the lines that are expected to follow it, and comments.
 class Scenario {
  public:
-  /// A step with all lines up to the next one. The first block has no step: it holds what stands
-  /// before the first.
+  /// A step with all lines up to the next step. The first block has no step: it holds the lines
+  /// before the first step.
   struct Block {
     std::string step;                // without the "> " before it
     std::vector<std::string> lines;  // comments and empty lines among them
   };
 
-  /// Reads a file. Throws `std::runtime_error` that names the file, and the line if it is not
-  /// UTF-8.
+  /// Reads a file. Throws `std::runtime_error` that names the file, and the line that is not UTF-8.
   static Scenario Read(const std::string& path);
-  /// Reads a text; `path` stands in messages.
+  /// Parses a text; `path` is its name in error texts.
   static Scenario Parse(const std::string& text, const std::string& path);
 
   const std::vector<Block>& GetBlocks() const { return blocks_; }
 
-  /// Puts what really followed the step of a block in place of what was to follow; comments stay.
+  /// Replaces the expected lines of a block by the actual ones; comments stay.
   void SetLines(std::size_t block, const std::vector<std::string>& lines);
 
   std::vector<std::string> GetLines() const;
-  /// Replaces a file that is there, all or nothing. Throws `std::runtime_error` that names it.
+  /// Replaces an existing file by an atomic rename. Throws `std::system_error` that names it.
   void Write(const std::string& path) const;
 
  private:

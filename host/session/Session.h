@@ -1,71 +1,66 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
-#include <string_view>
 
 #include "host/engine/Clock.h"
 #include "host/engine/Host.h"
 #include "host/engine/HostCall.h"
 #include "host/engine/PluginLibrary.h"
-#include "host/session/Step.h"
+#include "host/session/Failure.h"
 
 namespace host {
 
-/// A host with an agent that is led by steps; what happens is said in lines. Errors of a step and
-/// what the agent throws become `error` lines, and the session goes on.
+/// A host with an agent whose calls become lines. A failure becomes an `error` line, and the
+/// session goes on.
 class Session : private IHostListener {
  public:
-  /// Takes one line, without its end.
+  /// Takes one line, without its line end. Called from inside the agent's calls to the host: it
+  /// must not call the session.
   using LineSink = std::function<void(const std::string& line)>;
 
   /// `plugin` and `clock` must outlive the session. Sets the process's log level to INFO.
   Session(const PluginLibrary& plugin, Clock& clock, LineSink sink);
-  /// Destroys the agent; what that says is not handed to the sink.
+  /// Destroys the agent; the sink does not receive the lines of that.
   ~Session() override;
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
+  Host& GetHost() { return host_; }
+  Clock& GetClock() { return clock_; }
+  /// Whether registrations, bindings and timers become lines, too.
   void SetVerbose(bool verbose) { verbose_ = verbose; }
 
-  /// Starts an agent with a state, or with an empty list; there must be none. Returns whether all
-  /// of it succeeded; if not, there may be an agent that lacks some of the state.
-  bool Start(const boost::shared_ptr<qx::XmlNode>& state = {});
-  /// Destroys the agent and starts one of `plugin`, which must outlive the session, with the state
-  /// that the first one leaves. If that fails, an agent of the plug-in before takes its place, and
-  /// this returns false.
-  bool Replace(const PluginLibrary& plugin);
-  /// Carries out a step, given without the "> " before it.
-  void RunStep(std::string_view line);
-  /// Moves the clock on to that many milliseconds of its monotonic time, and delivers every expiry
-  /// on the way at the moment at which it is due. A moment in the past moves nothing.
+  /// Starts an agent with a state, or with an empty list; there must be none. Prints each failure
+  /// and returns the first. `Host::HasAgent` tells whether there is an agent then; it may lack
+  /// some of the state.
+  std::optional<Failure> Start(const boost::shared_ptr<qx::XmlNode>& state = {});
+  /// Destroys the agent and starts another one, as `Start` does.
+  std::optional<Failure> Restart(const boost::shared_ptr<qx::XmlNode>& state);
+  /// Restarts with an agent of `plugin`, which must outlive the session, and the state of the
+  /// present agent. On failure, restarts with the previous plug-in and returns why. Throws what the
+  /// agent throws when it is asked for its state; the agent goes on then.
+  std::optional<Failure> Replace(const PluginLibrary& plugin);
+  /// The agent's state as a new agent would read it; null if the agent gives none.
+  boost::shared_ptr<qx::XmlNode> CopyState();
+
+  /// Advances the clock to that many milliseconds of its monotonic time. Delivers each timer expiry
+  /// on the way at its own moment. A moment in the past does nothing.
   void AdvanceTo(std::int64_t moment);
 
-  Host& GetHost() { return host_; }
+  /// Prints an `answer` line.
+  void Answer(const std::string& text);
+  /// Prints any line.
+  void Print(const std::string& line) { sink_(line); }
+  /// Prints the `error` line of a failure.
+  void Report(const Failure& failure);
 
  private:
-  struct Verb;
-  static const Verb* FindVerb(const std::string& name);
-
   void OnHostCall(const HostCall& call) override;
-  void Execute(const Step& step);
-  /// Runs something that may throw; an exception becomes an `error` line. Returns whether there was
-  /// none.
-  bool Guarded(const std::function<void()>& action);
-  void Answer(const std::string& text);
-  void DestroyAgent();
-
-  void OnCommand(const Step& step);
-  void OnUI(const Step& step);
-  void OnEvent(const Step& step);
-  void OnAdvance(const Step& step);
-  void OnClock(const Step& step);
-  void OnPersist(const Step& step);
-  void OnRestart(const Step& step);
-  void OnProgramming(const Step& step);
-  void OnForwarder(const Step& step);
-  void OnLogLevel(const Step& step);
-  void OnVerbose(const Step& step);
+  /// Runs `action`, and reports its failure.
+  std::optional<Failure> Guard(const std::function<void()>& action);
 
   const PluginLibrary* plugin_;
   Clock& clock_;
@@ -73,5 +68,8 @@ class Session : private IHostListener {
   bool verbose_ = false;
   Host host_;
 };
+
+/// Parses the text of a state. Throws `std::runtime_error` when it does not parse.
+boost::shared_ptr<qx::XmlNode> ParseState(const std::string& text);
 
 }  // namespace host

@@ -14,7 +14,7 @@ namespace {
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
-/// Reads words from a line.
+/// Splits a line into words.
 class WordReader {
  public:
   explicit WordReader(std::string_view line) : rest_(line) {}
@@ -118,6 +118,7 @@ bool Step::IsCommandName(std::string_view name) {
 Step ParseStep(std::string_view line) {
   WordReader reader(line);
   Step step;
+  step.text = line;
   if (!reader.Next()) throw StepError("an empty step");
   step.name = reader.ReadBare();
   while (reader.Next()) step.words.push_back(reader.ReadWord());
@@ -153,7 +154,7 @@ std::int64_t ParseTime(const std::string& text) {
   const auto number = [&](std::size_t at) { return qx::ToInt(text.c_str() + at); };
   if (hasShape) {
     const QxTime time(number(0), number(5), number(8), number(11), number(14), number(17));
-    // Back and forth, so that a day that no calendar has is found out.
+    // Convert back: `QxTime` carries over a day that no calendar has.
     const std::int64_t seconds = time.GetTime();
     const QxTime same(seconds);
     if (same.GetYear() == time.GetYear() && same.GetMonth() == time.GetMonth() &&

@@ -8,7 +8,7 @@
 
 namespace host {
 
-/// A step that cannot be read or carried out; the message says what is wrong with it.
+/// A step that cannot be parsed or carried out; the message names the fault.
 class StepError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -21,30 +21,34 @@ struct StepWord {
   bool isQuoted;
 };
 
-/// A step as it was written.
+struct StepRow;
+
+/// A parsed step.
 struct Step {
+  std::string text;  // as it was written, without the "> " before it
   std::string name;
   std::vector<StepWord> words;
+  const StepRow* row = nullptr;  // of the step table; null until the name is looked up
 
   /// Whether it is a command or request name: upper-case letters, digits and underscores.
   static bool IsCommandName(std::string_view name);
 };
 
-/// Reads a step, without the "> " before it. Throws `StepError`.
+/// Parses a line, given without the "> " before it. Throws `StepError`.
 Step ParseStep(std::string_view line);
 
-/// Reads "90s", "15m", "14m30s", "2h" as milliseconds. Throws `StepError`, also for more than a
-/// century: every expiry on the way is delivered.
+/// Parses "90s", "15m", "14m30s", "2h"; returns milliseconds. Throws `StepError`, also for more
+/// than a century, since an advance delivers every timer expiry on the way.
 std::int64_t ParseDuration(const std::string& text);
 
-/// Reads "2024-03-02T09:05:07", a time in the process's zone, as milliseconds since 1970-01-01
-/// 00:00:00 UTC. Throws `StepError`.
+/// Parses "2024-03-02T09:05:07", a time in the process's time zone; returns milliseconds since
+/// 1970-01-01 00:00:00 UTC. Throws `StepError`.
 std::int64_t ParseTime(const std::string& text);
 
-/// The same the other way round; fractions of a second are dropped.
+/// Formats milliseconds since 1970-01-01 00:00:00 UTC likewise. Drops fractions of a second.
 std::string FormatTime(std::int64_t milliseconds);
 
-/// Reads a decimal number of 32 bits. Throws `StepError`.
+/// Parses a decimal number of 32 bits. Throws `StepError`.
 unsigned int ParseUnsigned(const std::string& text);
 
 }  // namespace host

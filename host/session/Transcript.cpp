@@ -15,7 +15,7 @@ std::string Value(Enum value) {
 
 std::string Word(bool flag) { return flag ? "true" : "false"; }
 
-// A line for each type of call.
+// One overload a type of call.
 struct LineOf {
   std::string operator()(const InterfaceLookUp&) const { return ""; }
   std::string operator()(const InterfaceRegistered& call) const {
@@ -91,8 +91,8 @@ void AppendHex(std::string& out, char c) {
   out += kDigits[byte & 15];
 }
 
-// Outside quotes only what would break the line, or make it no text, is escaped: the line is to
-// show what was sent.
+// Outside quotes, only what would break the line or is not UTF-8 is escaped: the line shows the
+// text as the agent sent it.
 std::string Escape(std::string_view text, bool inQuotes) {
   std::string out;
   while (!text.empty()) {
@@ -119,6 +119,8 @@ std::string Escape(std::string_view text, bool inQuotes) {
 }  // namespace
 
 std::string FormatLine(const HostCall& call) { return std::visit(LineOf(), call); }
+
+std::string FormatError(std::string_view reason) { return "error " + ToOneLine(reason); }
 
 bool IsVerbose(const HostCall& call) { return std::visit(VerboseOnly(), call); }
 

@@ -7,18 +7,20 @@
 
 namespace host {
 
-/// The line that stands for a call in a transcript; "" for a call that has none.
+/// The transcript line of a call; "" for a call that has none.
 std::string FormatLine(const HostCall& call);
 
-/// Whether the call's line is printed only where somebody wants to see what happens around the
-/// commands.
+/// The line of a failure.
+std::string FormatError(std::string_view reason);
+
+/// Whether the call's line is printed by a verbose session only.
 bool IsVerbose(const HostCall& call);
 
-/// The text in double quotes, as a step may hold it: quotes, backslashes, control characters and
-/// bytes that are not UTF-8 are escaped.
+/// Puts the text in double quotes, as in a step. Escapes quotes, backslashes, control characters
+/// and bytes that are not UTF-8.
 std::string Quote(std::string_view text);
 
-/// The text with control characters and bytes that are not UTF-8 escaped, so that it is one line.
+/// Makes one line of the text: escapes control characters and bytes that are not UTF-8.
 std::string ToOneLine(std::string_view text);
 
 }  // namespace host

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/engine/Clock.h"
-#include "host/session/Session.h"
+#include "host/session/StepTable.h"
 #include "tests/support/Plugin.h"
 #include "tests/support/Zone.h"
 
@@ -75,16 +75,16 @@ TEST(Time, RequestsLapseWhenTheirDelayIsOver) {
       clock.Advance(kTimerPeriod);
       clock.SetWall(moment * 1000);
       session.AdvanceTo(clock.Monotonic());
-      session.RunStep("GET_SERVICE id=1");
+      host::RunScenarioLine(session, "GET_SERVICE id=1");
       return answer.find("state=\"1\"") != std::string::npos;
     };
     session.Start();
-    session.RunStep("ADD_SERVICE delay=" + std::to_string(delay));
-    session.RunStep("SEND_REQUEST_EVENT id=1");
+    host::RunScenarioLine(session, "ADD_SERVICE delay=" + std::to_string(delay));
+    host::RunScenarioLine(session, "SEND_REQUEST_EVENT id=1");
     EXPECT_TRUE(sweepAt(change + requested));
     if (restarted != kNever) {
       EXPECT_TRUE(sweepAt(change + restarted - 1));
-      session.RunStep("restart");
+      host::RunScenarioLine(session, "restart");
     }
     EXPECT_TRUE(lapses == restarted || sweepAt(change + lapses - 1)) << "too early";
     EXPECT_FALSE(sweepAt(change + lapses)) << "too late";

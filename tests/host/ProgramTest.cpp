@@ -64,9 +64,9 @@ TEST_F(Replay, PrintsTheDifferencesAndTheCounts) {
   Expect("replay --show " + good_, 0, "> persist\nanswer <guest_services/>\n1 passed, 0 failed\n");
   Expect("replay " + good_ + ' ' + bad_, 1, diff + "1 passed, 1 failed\n");
   Expect("replay " + none + ' ' + bad_, 1,
-         none + ": cannot read it: No such file or directory\n" + diff + "0 passed, 2 failed\n");
+         "cannot open " + none + ": No such file or directory\n" + diff + "0 passed, 2 failed\n");
   Expect("replay /proc/self/cwd", 1,
-         "/proc/self/cwd: cannot read it: Is a directory\n0 passed, 1 failed\n");
+         "cannot read /proc/self/cwd: Is a directory\n0 passed, 1 failed\n");
   EXPECT_EQ(ReadFile(bad_), kBad);
   WriteFile(bad_, "# Stra\xC3\x9F\x65\n> persist\nanswer Stra\xDF\x65\n");
   Expect("replay " + bad_, 1, bad_ + ":3: not UTF-8 text\n0 passed, 1 failed\n");
@@ -90,7 +90,7 @@ TEST_F(Replay, WritesItsResultsForOtherPrograms) {
                 " (replayed)&#10;@@ -1,2 +1,2 @@&#10; &gt; persist&#10;-answer &lt;&amp;&gt;&#10;"
                 "+answer &lt;guest_services/&gt;&#10;</failure></testcase></testsuite>\n");
   Expect("replay --junit /no/such/directory/junit.xml " + good_, 1,
-         "1 passed, 0 failed\nerror: /no/such/directory/junit.xml: cannot write it: No such file "
+         "1 passed, 0 failed\nerror: cannot open /no/such/directory/junit.xml: No such file "
          "or directory\n");
 }
 

@@ -5,7 +5,7 @@
 
 #include "host/engine/Clock.h"
 #include "host/engine/PluginLibrary.h"
-#include "host/session/Session.h"
+#include "host/session/StepTable.h"
 
 namespace {
 
@@ -33,7 +33,8 @@ TEST(PluginLibrary, MayLeaveNothingBehind) {
     session.SetVerbose(true);
     session.Start();
     // Nobody who is gone is called.
-    for (const char* const step : {"advance 1m", "event none", "restart"}) session.RunStep(step);
+    for (const char* const step : {"advance 1m", "event none", "restart"})
+      host::RunScenarioLine(session, step);
     EXPECT_EQ(lines, c.lines);
     EXPECT_EQ(session.GetHost().Destroy(), c.left);
   }

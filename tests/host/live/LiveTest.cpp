@@ -1,5 +1,4 @@
-// The live host's parts that need no event loop: the session that keeps its state, its export, and
-// the completion of steps.
+// A live session: the state that it keeps, its clock, its reload and its export.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -9,7 +8,6 @@
 
 #include "host/live/LiveSession.h"
 #include "host/session/Replay.h"
-#include "host/session/StepHelp.h"
 #include "tests/support/Plugin.h"
 #include "tests/support/Program.h"
 
@@ -37,6 +35,10 @@ class Live : public testing::Test {
     return host::LiveSession(options, [this] { return now_; });
   }
 
+  static host::LiveSession::Lines Run(host::LiveSession& session, const std::string& line) {
+    return session.RunStep(host::ReadStep(line, host::Sender::kConsole));
+  }
+
   void Pass(std::int64_t milliseconds) {
     now_.wall += milliseconds;
     now_.steady += milliseconds;
@@ -55,7 +57,7 @@ class Live : public testing::Test {
   }
 
   const fs::path folder_;
-  host::LiveSession::Moment now_ = {1709283600750, 4321};  // 2024-03-01 09:00:00 UTC
+  host::Moment now_ = {1709283600750, 4321};  // 2024-03-01 09:00:00 UTC
 };
 
 std::string ListOf(const std::string& entries) {
@@ -93,7 +95,7 @@ TEST_F(Live, StartsFromWhatHoldsAState) {
     EXPECT_EQ(Show(), after) << file;
     const bool isAsOrdered = file == two || file == one || (file.empty() && backup.empty());
     EXPECT_EQ(session.GetNotices().empty(), isAsOrdered) << file;
-    EXPECT_EQ(session.GetStateHealth(), "ok") << file;
+    EXPECT_EQ(session.GetStateHealth().kind, host::StateHealth::Kind::kSaved) << file;
     fs::remove_all(folder_);
     fs::create_directory(folder_);
   }
@@ -122,15 +124,15 @@ TEST_F(Live, GoesOnWhereItCannotSave) {
   session.Start();
   const fs::path away = folder_.string() + ".away";
   fs::rename(folder_, away);
-  EXPECT_EQ(session.RunStep("ADD_SERVICE type=shortcut shortcut_id=9"),
+  EXPECT_EQ(Run(session, "ADD_SERVICE type=shortcut shortcut_id=9"),
             host::LiveSession::Lines{"push <service_added>" + Shortcut(1) + "</service_added>"});
-  EXPECT_EQ(session.GetStateHealth(), "failed: " + (folder_ / "state.xml.new").string() +
-                                          ": cannot open it: No such file or directory");
+  EXPECT_EQ(session.GetStateHealth().reason,
+            "cannot open " + (folder_ / "state.xml.new").string() + ": No such file or directory");
   fs::rename(away, folder_);
   EXPECT_EQ(Show(), "state.xml: <guest_services/>\n");
   Pass(30000);
   session.CatchUp();  // any call tries again
-  EXPECT_EQ(session.GetStateHealth(), "ok");
+  EXPECT_EQ(session.GetStateHealth().kind, host::StateHealth::Kind::kSaved);
   EXPECT_EQ(Show(), "state.xml: " + ListOf(Shortcut(1)) + "state.xml.backup: <guest_services/>\n");
 }
 
@@ -138,8 +140,8 @@ TEST_F(Live, LetsRequestsLapseThatRanOutWhileItWasDown) {
   {
     host::LiveSession session = Open();
     session.Start();
-    session.RunStep("ADD_SERVICE name=Valet delay=15");
-    session.RunStep("SEND_REQUEST_EVENT id=1");
+    Run(session, "ADD_SERVICE name=Valet delay=15");
+    Run(session, "SEND_REQUEST_EVENT id=1");
   }
   Pass(std::int64_t{3600} * 1000);
   host::LiveSession session = Open();
@@ -156,7 +158,7 @@ TEST_F(Live, LetsRequestsLapseThatRanOutWhileItWasDown) {
 TEST_F(Live, FollowsTheWallClockAndKeepsWhatStepsMoved) {
   host::LiveSession session = Open();
   session.Start();
-  session.RunStep("advance 1h");
+  Run(session, "advance 1h");
   Pass(1000);
   now_.wall += 5000;
   EXPECT_EQ(Join(session.CatchUp()), "> clock 2024-03-01T10:00:06\n");
@@ -168,13 +170,13 @@ TEST_F(Live, ReloadsWithoutLosingTheState) {
   fs::copy_file(PLUGIN_PATH, folder_ / "plugin.so");
   host::LiveSession session = Open(false, folder_ / "plugin.so");
   session.Start();
-  session.RunStep("ADD_SERVICE type=shortcut shortcut_id=9");
+  Run(session, "ADD_SERVICE type=shortcut shortcut_id=9");
   const std::string state = "answer " + ListOf(Shortcut(1));
-  EXPECT_EQ(Join(session.Reload()), "");
-  EXPECT_EQ(Join(session.RunStep("persist")), state);
+  EXPECT_EQ(Join(Run(session, "reload")), "");
+  EXPECT_EQ(Join(Run(session, "persist")), state);
   fs::resize_file(folder_ / "plugin.so", 100);
-  EXPECT_EQ(session.Reload().size(), 1U);
-  EXPECT_EQ(Join(session.RunStep("persist")), state);
+  EXPECT_EQ(Run(session, "reload").size(), 1U);
+  EXPECT_EQ(Join(Run(session, "persist")), state);
   EXPECT_EQ(session.GetNotices().size(), 1U);
 }
 
@@ -203,33 +205,18 @@ TEST_F(Live, ExportsWhatReplays) {
       Pass(static_cast<int>(random() % (random() % 8 == 0 ? 90000 : 2000)));
       if (random() % 50 == 0) now_.wall += 7000;
       session.CatchUp();
-      if (random() % 30 == 0) session.Reload();
-      session.RunStep(steps[random() % std::size(steps)]);
-      session.RunStep("ui GET_ALL_SERVICES", false);
+      if (random() % 30 == 0) Run(session, "reload");
+      Run(session, steps[random() % std::size(steps)]);
+      session.RunStep(host::ReadStep("ui GET_ALL_SERVICES", host::Sender::kPage), false);
     }
-    session.Export(file);
-    EXPECT_THROW(session.Export(file), std::system_error);
+    EXPECT_EQ(Join(Run(session, "export " + file.string())), "");
+    EXPECT_EQ(Join(Run(session, "export " + file.string())),
+              "error cannot open " + file.string() + ": File exists\n");
     const auto exported = host::Scenario::Read(file);
     EXPECT_EQ(host::ReplayScenario(test::GetPlugin(), exported, false, nullptr).GetLines(),
               exported.GetLines())
         << "seed " << seed;
   }
-}
-
-TEST(StepHelp, Completes) {
-  const struct {
-    const char* line;
-    std::vector<std::string> words;
-  } cases[] = {
-      {"re", {"restart", "reload"}},
-      {"ui GET_S", {"GET_SERVICE_TYPES", "GET_SERVICE"}},
-      {"ui GET_SERVICE ", {"id="}},
-      {"SEND_REQUEST_EVENT ", {"id=", "operarequest="}},
-      {"SEND_REQUEST_EVENT id=1 ", {"operarequest="}},
-      {"ADD_SERVICE delay=5 d", {"description="}},
-      {"nonsense ", {}},
-  };
-  for (const auto& [line, words] : cases) EXPECT_EQ(host::CompleteStep(line), words) << line;
 }
 
 }  // namespace

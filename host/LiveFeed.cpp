@@ -1,0 +1,104 @@
+#include "host/LiveFeed.h"
+
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "host/engine/Clock.h"
+#include "host/session/Transcript.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kMostRecentLines = 500;
+constexpr std::size_t kMostRecentSize = std::size_t{256} << 10;
+
+std::string NoticeLine(const std::string& notice) { return "! notice " + Quote(notice); }
+
+std::string Describe(const StateHealth& health) {
+  switch (health.kind) {
+    case StateHealth::Kind::kNoFile:
+      return "none";
+    case StateHealth::Kind::kSaved:
+      return "ok";
+    default:
+      return "failed: " + health.reason;
+  }
+}
+
+}  // namespace
+
+LiveFeed::LiveFeed(LiveSession& session, Console& console, std::string plugin)
+    : session_(session),
+      console_(console),
+      plugin_(std::move(plugin)),
+      sentHealth_(session.GetStateHealth()) {}
+
+void LiveFeed::Greet(web::Client& page) {
+  page.Send(GetClockLine());
+  page.Send(GetHealthLine());
+  for (const std::string& notice : session_.GetNotices()) page.Send(NoticeLine(notice));
+  for (const web::SharedLine& line : recent_) page.Send(line);
+  page.Send("! replay-end");
+}
+
+void LiveFeed::SendStep(const std::string& text, bool isFromConsole) {
+  Send("> " + text, !isFromConsole);
+}
+
+void LiveFeed::SendLines(const Lines& lines) {
+  for (const std::string& line : lines) Send(line, true);
+}
+
+void LiveFeed::SendStatus() {
+  const auto send = [this](const std::string& line) {
+    console_.Print(line);
+    Broadcast(line);
+  };
+  const Lines& notices = session_.GetNotices();
+  while (sentNotices_ < notices.size()) send(NoticeLine(notices[sentNotices_++]));
+  if (session_.GetStateHealth() != sentHealth_) {
+    sentHealth_ = session_.GetStateHealth();
+    send(GetHealthLine());
+  }
+  const std::int64_t offset = session_.GetTime() - SystemClock().Wall() / 1000;
+  if (std::abs(offset - sentOffset_) > 1) {
+    sentOffset_ = offset;
+    SendClock();
+  }
+}
+
+void LiveFeed::SendClock() {
+  sentTime_ = session_.GetTime();
+  Broadcast(GetClockLine());
+}
+
+void LiveFeed::Send(const std::string& text, bool onConsole) {
+  if (onConsole) console_.Print(text);
+  if (pages_ == nullptr) return;
+  if (session_.GetTime() != sentTime_) SendClock();
+  const auto line = std::make_shared<const std::string>(text);
+  pages_->Broadcast(line);
+  recent_.push_back(line);
+  recentSize_ += text.size();
+  while (recent_.size() > kMostRecentLines || recentSize_ > kMostRecentSize) {
+    recentSize_ -= recent_.front()->size();
+    recent_.pop_front();
+  }
+}
+
+void LiveFeed::Broadcast(const std::string& line) {
+  if (pages_ != nullptr) pages_->Broadcast(line);
+}
+
+std::string LiveFeed::GetClockLine() const {
+  const std::int64_t now = session_.GetTime();
+  return "! clock " + std::to_string(now) + ' ' + std::to_string(GetUtcOffset(now));
+}
+
+std::string LiveFeed::GetHealthLine() const {
+  return "! health state=" + Quote(Describe(session_.GetStateHealth())) +
+         " plugin=" + Quote(plugin_);
+}
+
+}  // namespace host

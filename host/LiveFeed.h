@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "host/console/Console.h"
+#include "host/live/LiveSession.h"
+#include "host/web/Clients.h"
+
+namespace host {
+
+/// Sends the lines of a live session to the console and to the pages: the steps with what followed
+/// them, and the status of the host. A new page gets the most recent lines.
+class LiveFeed {
+ public:
+  using Lines = std::vector<std::string>;
+
+  /// `session` and `console` must outlive the feed. `plugin` is the path in the health line.
+  LiveFeed(LiveSession& session, Console& console, std::string plugin);
+
+  /// Sends to these pages from now on; they must outlive the feed.
+  void SetPages(const web::Clients& pages) { pages_ = &pages; }
+
+  /// Sends the status to a new page, then the recent lines.
+  void Greet(web::Client& page);
+
+  /// Sends a step's line; to the console only if it did not come from there.
+  void SendStep(const std::string& text, bool isFromConsole);
+  /// Sends the lines that followed.
+  void SendLines(const Lines& lines);
+  /// Sends the notices and the health that changed since the last time, and the clock if it was
+  /// set.
+  void SendStatus();
+  /// Sends the clock to the pages.
+  void SendClock();
+
+ private:
+  void Send(const std::string& line, bool onConsole);
+  void Broadcast(const std::string& line);
+  std::string GetClockLine() const;
+  std::string GetHealthLine() const;
+
+  LiveSession& session_;
+  Console& console_;
+  const std::string plugin_;
+  const web::Clients* pages_ = nullptr;  // null for none
+
+  std::deque<web::SharedLine> recent_;
+  std::size_t recentSize_ = 0;
+  StateHealth sentHealth_;
+  std::size_t sentNotices_ = 0;
+  std::int64_t sentTime_ = 0;    // to the pages, in seconds
+  std::int64_t sentOffset_ = 0;  // of the agent's clock from the system's, in seconds
+};
+
+}  // namespace host

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "host/session/Session.h"
+#include "host/session/Step.h"
+
+namespace host {
+
+/// Where a step comes from. The step table names the senders that may send each step.
+enum class Sender : unsigned int { kScenario = 1, kConsole = 2, kPage = 4 };
+
+/// The steps that reach beyond a session; only a live session carries them out.
+class ILiveSteps {
+ public:
+  virtual ~ILiveSteps() = default;
+
+  /// Loads the plug-in's file again and hands the state over. Throws `std::exception` on failure;
+  /// the previous plug-in goes on then.
+  virtual void Reload() = 0;
+  /// Writes the session so far to a new file. Throws `std::system_error`.
+  virtual void Export(const std::string& path) = 0;
+};
+
+/// What a step acts on.
+struct StepContext {
+  Session& session;
+  ILiveSteps* live;  // null in a scenario
+};
+
+/// A row of the step table: one kind of step.
+struct StepRow {
+  std::string_view usage;  // the step's name first
+  std::string_view meaning;
+  unsigned int senders;  // the bits of the senders that may send it
+  bool isQuery;          // changes nothing: its lines go to its sender alone
+  void (*run)(const StepContext& context, const Step& step);
+
+  std::string_view GetName() const { return usage.substr(0, usage.find(' ')); }
+  bool Admits(Sender sender) const { return (senders & static_cast<unsigned int>(sender)) != 0; }
+};
+
+/// A row's name that stands for any command's or request's name.
+constexpr std::string_view kAnyName = "NAME";
+
+/// The step table: every kind of step, in the order of `help`.
+struct StepTable {
+  const StepRow* begin() const;
+  const StepRow* end() const;
+};
+
+/// Parses a line, given without the "> " before it, and looks its row up. Throws `StepError`, also
+/// for a step that this sender may not send.
+Step ReadStep(std::string_view line, Sender sender);
+
+/// Carries a step out. A failure becomes an `error` line of the session.
+void RunStep(const StepContext& context, const Step& step);
+
+/// Reads a scenario's line and carries it out. Every failure becomes an `error` line.
+void RunScenarioLine(Session& session, std::string_view line);
+
+}  // namespace host

@@ -7,9 +7,11 @@
 #include <string_view>
 #include <utility>
 
-/// A text of a record, in 16 bytes: up to 15 characters stand in it, more in memory of their own. A
-/// property's records have many texts, and most are short or empty. The characters do not change;
-/// a new text takes their place.
+/// A text of a record, in 16 bytes on 32 and on 64 bits. Up to 15 characters are stored in place,
+/// longer texts in a heap block of exactly their size. A service has three texts, most of them
+/// short or empty: with `std::string` or Boost's string in place of it, a service of the benchmarks
+/// takes 24 bytes more heap on 32-bit ARM, and 64 more on x86-64. The characters cannot be changed
+/// in place; a text is replaced by assignment.
 class CompactText {
  public:
   CompactText() = default;

@@ -1,18 +1,22 @@
 #!/usr/bin/env python3
-"""Usage: report.py MEASURED.json COMPILER PLUGIN_SIZE LIBRARIES DOCUMENT
+"""Usage: report.py MEASURED.json COMPILER PLUGIN_SIZE ARM_HEAP LIBRARIES DOCUMENT
 
-Prints how the measured figures stand to the goals, and writes them into DOCUMENT between its two
-marks. MEASURED.json is the output of the benchmarks; PLUGIN_SIZE is the bytes of the stripped
-32-bit plug-in, or "" when there is none. Fails if a goal that must be reached is not.
+Prints the measured figures beside the goals and writes them into DOCUMENT between its two marks.
+MEASURED.json is the output of measure.py. PLUGIN_SIZE is the size of the stripped 32-bit plug-in
+and ARM_HEAP its heap for a service, in bytes; "" when it was not built. The exit status is 1 if a
+goal that must be reached is missed, and 3 if the machine was not quiet; DOCUMENT is not written
+then.
 """
 
 import json
 import re
+import statistics
 import sys
 from collections import namedtuple
 
 Goal = namedtuple("Goal", "case figure unit must aim")
 SIZES = (100, 1000)
+NOT_QUIET = 3  # the exit status
 MARKS = ("<!-- measured -->\n", "<!-- end of what was measured -->")
 
 
@@ -25,6 +29,8 @@ class Measured:
         if failed or not runs:
             sys.exit(f"{path}: no medians, or failed: {failed}")
         self.context = data["context"]
+        self.spreads = [run["cpu_time"] for run in data["benchmarks"]
+                        if run.get("aggregate_name") == "cv" and not run["name"].startswith("heap/")]
         self.runs = {"/".join(run["name"].split("_median")[0].split("/")[:3]): run for run in runs}
 
     def time(self, case, who, size):
@@ -42,11 +48,20 @@ class Measured:
         """What one command costs above the walk, in microseconds."""
         return (self.time("request", "agent", size) - self.time("request", "walk", size)) / 2e3
 
+    def noise(self):
+        """What disturbed the run: a figure and its limit each, in percent."""
+        return {
+            "processor time of other programs, of one core": (100 * self.context["others"], 10),
+            "time stolen by the hypervisor": (100 * self.context["steal"], 1),
+            "spread of the repetitions (median coefficient of variation)":
+                (100 * statistics.median(self.spreads), 5),
+        }
+
     def sizes(self, case, who):
         return sorted(int(name.split("/")[2]) for name in self.runs if name.startswith(f"{case}/{who}/"))
 
 
-def goals_of(measured, plugin_size):
+def goals_of(measured, plugin_size, arm_heap):
     for size in SIZES:
         case = f"reply, {size} services, to "
         yield Goal(case + "pugixml", measured.ratio("reply", "pugixml", size), "×", 1.0, None)
@@ -69,7 +84,9 @@ def goals_of(measured, plugin_size):
             growth = measured.time(case, "agent", 10 * size) / measured.time(case, "agent", size)
             yield Goal(f"growth of {case}, {size} to {10 * size} services", growth, "×", 12, None)
     heap = measured.runs["heap/agent/1000"]
-    yield Goal("heap for a service", heap["bytes"], "bytes", 256, 192)
+    yield Goal("heap for a service, x86-64", heap["bytes"], "bytes", 256, 192)
+    if arm_heap:
+        yield Goal("heap for a service, armhf", int(arm_heap), "bytes", 256, 192)
     yield Goal("load to running, 100 services", measured.time("load", "agent", 100) / 1e6, "ms", None, 5)
     if plugin_size:
         yield Goal("plug-in, stripped, armhf", int(plugin_size) / 1024, "KiB", 200, 100)
@@ -109,16 +126,25 @@ def machine_text(measured, compiler, libraries):
             f"Libraries: {libraries}.")
 
 
+def noise_text(noise):
+    return "; ".join(f"{what}: {figure:.1f} % (limit {limit} %)" for what, (figure, limit) in noise.items())
+
+
 def main():
-    path, compiler, plugin_size, libraries, document = sys.argv[1:]
+    path, compiler, plugin_size, arm_heap, libraries, document = sys.argv[1:]
     measured = Measured(path)
-    goals = list(goals_of(measured, plugin_size))
+    goals = list(goals_of(measured, plugin_size, arm_heap))
+    noise = measured.noise()
     fields = measured.runs["heap/agent/1000"]["texts_and_fields"]
-    size_note = "" if plugin_size else " The 32-bit plug-in was not built: its size is missing."
-    lines = [machine_text(measured, compiler, libraries), "", *goal_table(goals), "",
-             f"The texts and fields of a service are {fields:.0f} bytes.{size_note}", "",
+    size_note = "" if plugin_size else " The 32-bit plug-in was not built: its figures are missing."
+    lines = [machine_text(measured, compiler, libraries), "",
+             f"Other load during the run: {noise_text(noise)}.", "", *goal_table(goals), "",
+             f"The texts and fields of a service are {fields:.0f} bytes on x86-64.{size_note}", "",
              "Medians in microseconds, by the number of services:", "", *time_table(measured), ""]
     print("\n".join(lines))
+    if any(figure > limit for figure, limit in noise.values()):
+        print("the machine was not quiet: " + noise_text(noise), file=sys.stderr)
+        sys.exit(NOT_QUIET)
     with open(document, encoding="utf-8") as file:
         before, rest = file.read().split(MARKS[0])
     after = rest.split(MARKS[1])[1]

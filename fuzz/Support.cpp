@@ -3,29 +3,40 @@
 #include <libxml/parser.h>
 
 #include <algorithm>
-#include <boost/lexical_cast.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <stdexcept>
+#include <ctime>
+#include <limits>
+#include <utility>
 
 #include "host/session/Transcript.h"
-#include "platform/Dispatchers.h"
 #include "platform/xml/XmlNode.h"
+#include "tests/support/Harness.h"
 
 namespace fuzz {
 namespace {
 
-/// Whether an agent carries out `action`: what it throws by design is no finding.
-template <typename Action>
-bool Succeeds(const Action& action) {
-  try {
-    action();
-    return true;
-  } catch (const std::out_of_range&) {        // a DATETIME that is too short
-  } catch (const boost::bad_lexical_cast&) {  // an order with something else than numbers
-  } catch (const qx::UnknownCommand&) {
+const std::string kAnswer = "answer ";
+
+void RequireWellFormed(const std::string& text) {
+  constexpr int kOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+  xmlDoc* const document =
+      xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, "UTF-8", kOptions);
+  Require(document != nullptr, "not well-formed: " + text);
+  xmlFreeDoc(document);
+}
+
+/// The ids of the entries of an answer to "persist", in rising order.
+std::vector<unsigned int> IdsOf(const std::string& list) {
+  std::vector<unsigned int> ids;
+  const auto root = qx::CreateXmlDocument(list.substr(kAnswer.size()))->GetRoot();
+  auto* const entries = root->GetIterator();
+  for (auto entry = entries->GetFirst(); entry; entry = entries->GetNext()) {
+    Require(entry->HasAttribute("id"), "an entry without id: " + list);
+    ids.push_back(static_cast<unsigned int>(entry->GetAttributeNumber("id")));
   }
-  return false;
+  std::sort(ids.begin(), ids.end());
+  return ids;
 }
 
 }  // namespace
@@ -36,67 +47,49 @@ void Require(bool holds, const std::string& what) {
   std::abort();
 }
 
-void RequireWellFormed(const std::string& text) {
-  constexpr int kOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-  xmlDoc* const document =
-      xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, "UTF-8", kOptions);
-  Require(document != nullptr, "not well-formed: " + text);
-  xmlFreeDoc(document);
-}
-
 void RequireSound(const std::string& line) {
   Require(line.find('\n') == std::string::npos, "not one line: " + line);
-  for (const std::string mark : {"push ", "answer "}) {
+  for (const std::string& mark : {std::string("push "), kAnswer}) {
     if (line.rfind(mark, 0) == 0) RequireWellFormed(line.substr(mark.size()));
   }
 }
 
-bool AreUnique(std::vector<unsigned int> ids) {
-  std::sort(ids.begin(), ids.end());
-  return std::adjacent_find(ids.begin(), ids.end()) == ids.end();
+CheckedSession::CheckedSession()
+    : clock_(test::kStart), session_(test::GetPlugin(), clock_, [this](const std::string& line) {
+        lines_.push_back(line);
+      }) {
+  session_.Start();
+  Run("persist");
 }
 
-void Agent::Start(const std::string& state) {
-  const std::string left = Stop();
-  Require(left.empty(), "left registered: " + left);
-  Succeeds([&] { Harness::Start(test::Stage::kInitialized, state); });
-  GetHost().LateInitialize();
+void CheckedSession::Run(const std::string& step) {
+  const Lines lines = RunStep(step);
+  const std::string before = std::exchange(list_, RunStep("persist").at(0));
+  const auto ids = IdsOf(list_);
+  const bool areUnique = std::adjacent_find(ids.begin(), ids.end()) == ids.end();
+  if (step != "restart" && step.find("restart") != std::string::npos) {
+    isUnique_ = areUnique;  // with whatever state
+  } else {
+    const bool hasFailed = !lines.empty() && lines.back().rfind("error ", 0) == 0;
+    Require(before == list_ || !(hasFailed || step == "restart"), before + " became " + list_);
+    Require(areUnique || !isUnique_, "an id twice: " + list_);
+  }
+  // No ids are left after the last one.
+  isUnique_ = isUnique_ && (ids.empty() || ids.back() != std::numeric_limits<unsigned int>::max());
 }
 
-void Agent::Restart() {
-  const std::string before = Persist();
-  Start(before);
-  const std::string after = Persist();
-  Require(before == after, "persisted " + before + ", restored " + after);
+CheckedSession::Lines CheckedSession::RunStep(const std::string& step) {
+  session_.RunStep(step);
+  for (const std::string& line : lines_) RequireSound(line);
+  return std::exchange(lines_, {});
 }
-
-bool Agent::Execute(const host::CmdMessage& message) {
-  host::CmdReturn answer;
-  const bool isDone = Succeeds([&] { GetHost().Execute(message, &answer); });
-  // The element of an unknown service has no text.
-  if (answer.GetValue() && !answer.GetValue()->empty()) RequireWellFormed(*answer.GetValue());
-  return isDone;
-}
-
-bool Agent::Request(const host::CmdMessage& message) {
-  boost::shared_ptr<qx::XmlNode> answer;
-  const bool isDone = Succeeds([&] { answer = GetHost().Request(message); });
-  if (answer && !answer->GetName().empty()) RequireWellFormed(answer->OuterXml());
-  return isDone;
-}
-
-std::string Agent::Persist() {
-  std::string text = GetHost().Persist()->OuterXml();
-  RequireWellFormed(text);
-  return text;
-}
-
-void Agent::OnHostCall(const host::HostCall& call) { RequireSound(host::FormatLine(call)); }
 
 }  // namespace fuzz
 
 /// Loads the plug-in before libFuzzer counts what there is to cover.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const fuzz::Agent agent;
+  setenv("TZ", "UTC", 1);
+  tzset();
+  const fuzz::CheckedSession session;
   return 0;
 }

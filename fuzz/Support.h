@@ -3,43 +3,37 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/Harness.h"
+#include "host/engine/Clock.h"
+#include "host/session/Session.h"
 
 namespace fuzz {
 
 /// Ends the process with `what` as the finding, unless `holds`.
 void Require(bool holds, const std::string& what);
 
-/// Requires that libxml2's strict parser accepts the text.
-void RequireWellFormed(const std::string& text);
-
-/// Requires that a transcript's line is one, and that the XML in it is well-formed.
+/// Requires that a transcript's line is one, and that libxml2's strict parser accepts the XML in
+/// it.
 void RequireSound(const std::string& line);
 
-bool AreUnique(std::vector<unsigned int> ids);
-
-/// A harness that requires every text that the agent hands out to be well-formed. What no input may
-/// make the agent throw ends the process.
-class Agent : public test::Harness {
+/// A session that requires of every step that its lines are sound, that ids stay unique, that a
+/// step that fails changes nothing, and that a restart brings the same list back.
+class CheckedSession {
  public:
-  Agent() : Harness(test::kStart, "DEBUG") {}
+  CheckedSession();
 
-  /// Starts an agent in place of the one that there may be, which must leave nothing registered. A
-  /// state that does not parse is none, and an entry that cannot be read ends the reading.
-  void Start(const std::string& state);
-  /// Starts an agent with the state of the one before, which must come back as it was.
-  void Restart();
-
-  /// Hands over a command; returns whether the agent carried it out: it may be unknown, or an order
-  /// or a date in it may not be readable.
-  bool Execute(const host::CmdMessage& message);
-  /// The same as a user interface's request.
-  bool Request(const host::CmdMessage& message);
-  /// The text of the state to persist.
-  std::string Persist();
+  /// Carries out a step, given without the "> " before it.
+  void Run(const std::string& step);
 
  private:
-  void OnHostCall(const host::HostCall& call) override;
+  using Lines = std::vector<std::string>;
+
+  Lines RunStep(const std::string& step);
+
+  host::ManualClock clock_;
+  Lines lines_;
+  host::Session session_;
+  std::string list_;      // the answer to the last "persist"
+  bool isUnique_ = true;  // whether its ids must be
 };
 
 }  // namespace fuzz

@@ -1,5 +1,5 @@
 // Any text as a scenario file: it is refused, or it is read without loss, and what a replay makes
-// of it is a scenario that replays as it says.
+// of it is a scenario that replays as it says. Its steps pass the checks of `CheckedSession`.
 #include "host/session/Scenario.h"
 
 #include <cstdint>
@@ -9,6 +9,7 @@
 #include "fuzz/Support.h"
 #include "host/session/Replay.h"
 #include "host/session/Step.h"
+#include "tests/support/Plugin.h"
 
 namespace {
 
@@ -48,10 +49,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Require(Join(scenario) == (endsLine ? text : text + '\n'), "not read as it was written");
   if (!IsShort(scenario)) return 0;
 
-  const host::Scenario replayed = host::ReplayScenario(test::GetPlugin(), scenario, false, nullptr);
-  for (const auto& block : replayed.GetBlocks()) {
-    for (const std::string& line : block.lines) fuzz::RequireSound(line);
+  fuzz::CheckedSession session;
+  for (const auto& block : scenario.GetBlocks()) {
+    if (!block.step.empty()) session.Run(block.step);
   }
+  session.Run("restart");
+
+  const host::Scenario replayed = host::ReplayScenario(test::GetPlugin(), scenario, false, nullptr);
   const host::Scenario read = host::Scenario::Parse(Join(replayed), "file");
   const host::Scenario again = host::ReplayScenario(test::GetPlugin(), read, false, nullptr);
   fuzz::Require(Join(again) == Join(replayed),

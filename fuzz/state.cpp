@@ -4,16 +4,14 @@
 #include <string>
 
 #include "fuzz/Support.h"
-#include "platform/xml/XmlNode.h"
+#include "host/session/Transcript.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
-  if (!qx::CreateXmlDocument(text)) return 0;
-  fuzz::Agent agent;
-  agent.Start(text);
-  agent.Restart();
-  agent.Execute({"GET_ALL_SERVICES", {}});
-  agent.Request({"GET_ALL_SERVICES", {}});
-  agent.Start("");
+  fuzz::CheckedSession session;
+  session.Run("restart state=" + host::Quote(text));
+  for (const char* const step : {"restart", "GET_ALL_SERVICES", "ui GET_ALL_SERVICES"}) {
+    session.Run(step);
+  }
   return 0;
 }

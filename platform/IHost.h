@@ -37,12 +37,14 @@ class PLATFORM_API IHost {
 
   virtual ~IHost();
 
-  /// Has `driver.OnTimerExpired` called `period` units from now: once, or every `period` units.
-  /// Returns the timer's id, never 0.
+  /// Has `driver.OnTimerExpired` called once, `period` units from now. Returns the timer's id,
+  /// never 0. A host may refuse a unit other than seconds, and a timer with `once` false, which
+  /// would expire every `period` units.
   virtual ID::Timer AddTimer(IDriver& driver, unsigned int period, unsigned int unit,
                              bool once) = 0;
-  /// Cancels a timer; harmless if it does not exist.
-  virtual void KillTimer(ID::Timer timer) = 0;
+  /// Cancels a timer; harmless if it does not exist. With `clear`, the driver's id of it becomes 0
+  /// afterwards.
+  virtual void KillTimer(ID::Timer timer, bool clear) = 0;
 
   virtual void AddDynamicBinding(unsigned int id, BindingType type, bool first,
                                  const std::string& name, const std::string& bindingClass,

@@ -38,8 +38,12 @@ class BindMessage : public IBindMessage {
 
 IDriver::~IDriver() = default;
 
-QxBaseDriver::QxBaseDriver(IInstanceManager& instanceManager, QxDriverType, DriverMultiplicity)
-    : instanceManager_(instanceManager), host_(FindHost(instanceManager)) {}
+QxBaseDriver::QxBaseDriver(IInstanceManager& instanceManager, QxDriverType type,
+                           DriverMultiplicity multiplicity)
+    : instanceManager_(instanceManager),
+      host_(FindHost(instanceManager)),
+      type_(type),
+      multiplicity_(multiplicity) {}
 
 QxBaseDriver::~QxBaseDriver() = default;
 
@@ -67,7 +71,7 @@ ID::Timer QxBaseDriver::AddTimer(unsigned int period, unsigned int unit, bool on
 }
 
 void QxBaseDriver::KillTimer(ID::Timer& timer, bool clear) {
-  host_.KillTimer(timer);
+  host_.KillTimer(timer, clear);
   if (clear) timer = 0;
 }
 

@@ -59,6 +59,10 @@ class PLATFORM_API QxBaseDriver : public IDriver {
   int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
                  boost::shared_ptr<qx::XmlNode> state) override;
 
+  // As given to the constructor.
+  QxDriverType GetDriverType() const { return type_; }
+  DriverMultiplicity GetMultiplicity() const { return multiplicity_; }
+
  protected:
   /// Throws `std::runtime_error` when `instanceManager`, which must outlive the driver, knows no
   /// host.
@@ -94,6 +98,8 @@ class PLATFORM_API QxBaseDriver : public IDriver {
  private:
   IInstanceManager& instanceManager_;
   qx::IHost& host_;
+  QxDriverType type_;
+  DriverMultiplicity multiplicity_;
   CmdDispatcher cmdDispatcher_;
   UICmdDispatcher uiCmdDispatcher_;
 };

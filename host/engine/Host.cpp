@@ -136,15 +136,14 @@ void Host::UnregisterInterface(const char* id) {
 
 ID::Timer Host::AddTimer(IDriver& driver, unsigned int period, unsigned int unit, bool once) {
   listener_.OnHostCall(TimerArmed{period, unit, once});
-  if (unit != kTimerUnitSeconds) {
-    throw std::invalid_argument("timer unit " + std::to_string(unit) + " is not known");
+  if (unit != kTimerUnitSeconds || !once) {
+    throw std::invalid_argument("a timer that is not in seconds, or does not expire once");
   }
-  const std::int64_t milliseconds = std::int64_t{period} * 1000;
-  return timers_.Add(driver, clock_.Monotonic() + milliseconds, once ? 0 : milliseconds);
+  return timers_.Add(driver, clock_.Monotonic() + std::int64_t{period} * 1000);
 }
 
-void Host::KillTimer(ID::Timer timer) {
-  listener_.OnHostCall(TimerKilled{});
+void Host::KillTimer(ID::Timer timer, bool clear) {
+  listener_.OnHostCall(TimerKilled{clear});
   timers_.Remove(timer);
 }
 

@@ -71,7 +71,7 @@ class Host : private IInstanceManager,
 
   // qx::IHost
   ID::Timer AddTimer(IDriver& driver, unsigned int period, unsigned int unit, bool once) override;
-  void KillTimer(ID::Timer timer) override;
+  void KillTimer(ID::Timer timer, bool clear) override;
   void AddDynamicBinding(unsigned int id, BindingType type, bool first, const std::string& name,
                          const std::string& bindingClass, bool second, bool third,
                          const char* text) override;

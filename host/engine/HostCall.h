@@ -43,7 +43,9 @@ struct TimerArmed {
   unsigned int unit;
   bool once;
 };
-struct TimerKilled {};
+struct TimerKilled {
+  bool clear;
+};
 struct Push {
   const qx::XmlNode& element;
 };

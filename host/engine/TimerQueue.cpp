@@ -4,9 +4,9 @@
 
 namespace host {
 
-ID::Timer TimerQueue::Add(IDriver& driver, std::int64_t due, std::int64_t period) {
+ID::Timer TimerQueue::Add(IDriver& driver, std::int64_t due) {
   const ID::Timer id = lastId_ + 1 != 0 ? lastId_ + 1 : 1;  // 0 means no timer
-  timers_.emplace(due, Timer{id, due, period, &driver});
+  timers_.emplace(due, Timer{id, &driver});
   lastId_ = id;
   return id;
 }
@@ -25,10 +25,6 @@ std::optional<std::int64_t> TimerQueue::GetNextDue() const {
 TimerQueue::Timer TimerQueue::TakeNext() {
   const Timer timer = timers_.begin()->second;
   timers_.erase(timers_.begin());
-  if (timer.period != 0) {
-    const std::int64_t due = timer.due + timer.period;
-    timers_.emplace(due, Timer{timer.id, due, timer.period, timer.driver});
-  }
   return timer;
 }
 

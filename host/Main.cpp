@@ -23,38 +23,38 @@ std::string GetDefaultPlugin() {
 
 void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
   command.footer(
-      "Type help for the steps. The host ends with the input (Ctrl-D), SIGINT or SIGTERM; SIGHUP\n"
-      "loads the plug-in anew. NO_COLOR switches colours off.");
+      "Type help for the steps. The host ends at the end of the input (Ctrl-D), on SIGINT and on\n"
+      "SIGTERM. SIGHUP reloads the plug-in. NO_COLOR disables colours.");
   command
       .add_option("--state", options.session.stateFile,
-                  "Keep the agent's state in this file, and the version before in FILE.backup; "
-                  "without it, nothing is written")
+                  "Keep the agent's state in this file, and its previous version in FILE.backup; "
+                  "without it, the state is not saved")
       ->type_name("FILE");
   command
       .add_option("--listen", options.listen,
-                  "Serve the page there: a loopback address with a port (0 for any that is free), "
-                  "or none")
+                  "Serve the pages there: a loopback address with a port (0 for any free port), or "
+                  "none")
       ->type_name("ADDRESS:PORT")
       ->capture_default_str();
   command
       .add_option("--allow-host", options.proxyNames,
-                  "Also serve the page under this name, that of a proxy in front of it")
+                  "Also serve the pages under this host name, the one of a reverse proxy")
       ->type_name("NAME");
   command
       .add_option(
           "--log-level", options.session.logLevel,
-          "Which log records there are: TRACE, DEBUG, INFO, WARN, ERROR, FATAL or OFF; INFO if "
-          "nothing else says")
+          "The root logger's level: TRACE, DEBUG, INFO, WARN, ERROR, FATAL or OFF; INFO if no "
+          "option sets it")
       ->type_name("LEVEL");
   command
       .add_option("--log-config", options.session.logConfig,
-                  "Set the log up by this property file of log4cplus")
+                  "Configure the log by this property file of log4cplus")
       ->type_name("FILE");
 }
 
 void AddCommonOptions(CLI::App& command, std::string& plugin, bool& isVerbose) {
   command.add_option("--plugin", plugin, "The library to load")->capture_default_str();
-  command.add_flag("--verbose", isVerbose, "Also say what is registered, armed and withdrawn");
+  command.add_flag("--verbose", isVerbose, "Also print registrations, bindings and timers");
 }
 
 bool Replay(const std::string& plugin, const host::ReplayOptions& options) {
@@ -84,7 +84,7 @@ int Run(int argc, char** argv) {
   CLI::App* const runCommand =
       app.add_subcommand("run",
                          "Run the agent as in a property: on the real clock, with a console "
-                         "and a page in the browser");
+                         "and pages in the browser");
   AddRunOptions(*runCommand, live);
   AddCommonOptions(*runCommand, live.session.plugin, live.session.verbose);
 

@@ -26,7 +26,7 @@ bool IsColourWanted() {
   return isatty(STDOUT_FILENO) != 0 && !isOff && !isDumb;
 }
 
-/// The terminal's code for lines that begin so.
+/// The terminal's colour code for a line; null for none.
 const char* ColourOf(std::string_view line) {
   constexpr std::pair<std::string_view, const char*> kColours[] = {
       {"error ", "31"},     {"assert ", "31"},
@@ -42,7 +42,7 @@ const char* ColourOf(std::string_view line) {
   return nullptr;
 }
 
-/// Whether the terminal is gone.
+/// Whether the terminal hung up.
 bool IsHungUp() {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   return poll(&input, 1, 0) > 0 && (input.revents & (POLLHUP | POLLERR)) != 0;
@@ -63,7 +63,7 @@ void Console::Open() {
       if (line != nullptr) {
         onLine_(*line);
       } else {
-        asio::post(input_.get_executor(), onEnd_);  // it ends the editor
+        asio::post(input_.get_executor(), onEnd_);  // not from inside the editor, which it ends
       }
     });
   }
@@ -81,9 +81,9 @@ void Console::Wait() {
   input_.async_wait(asio::posix::descriptor_base::wait_read,
                     [this](const boost::system::error_code& error) {
                       if (error == asio::error::operation_aborted || !input_.is_open()) return;
-                      Read();  // a file cannot be waited for, and need not
+                      Read();  // an error, too: a file is always readable and cannot be polled
                     });
-  // The wait makes the input non-blocking for all that share it, such as the shell.
+  // The wait makes the open file non-blocking, also for other processes that share it.
   fcntl(STDIN_FILENO, F_SETFL, flags);
 }
 

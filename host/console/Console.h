@@ -11,28 +11,27 @@
 
 namespace host {
 
-/// Standard input and output: lines from a person at a terminal or from a pipe or file, and lines
-/// to be read there.
+/// Standard input and output. Lines come from a person at a terminal, from a pipe or from a file.
 class Console {
  public:
   using OnLine = std::function<void(const std::string& line)>;
   using OnEnd = std::function<void()>;
 
-  /// Lines come from within `io`'s run, and `onEnd` after the last.
+  /// Calls `onLine` and, after the last line, `onEnd` from `io`'s run.
   Console(boost::asio::io_context& io, OnLine onLine, OnEnd onEnd);
 
-  /// Begins to read. An editor shows its line from here on.
+  /// Begins to read. At a terminal, shows the prompt.
   void Open();
-  /// Reads no more, and gives the terminal back.
+  /// Stops reading, and restores the terminal's mode.
   void Close();
 
-  /// Takes note of the terminal's new size.
+  /// Reads the terminal's new size (SIGWINCH).
   void Resize();
 
-  /// Prints a line; one that is being edited is not disturbed.
+  /// Prints a line above the line that is being edited.
   void Print(std::string_view line);
 
-  /// Whether what is entered is seen on the screen anyhow.
+  /// Whether input and output are a terminal, which echoes the input.
   bool IsTerminal() const { return isTerminal_; }
 
  private:
@@ -46,7 +45,7 @@ class Console {
   const bool isTerminal_;
   const bool isColoured_;
   std::unique_ptr<LineEditor> editor_;
-  std::string text_;  // of a line whose end is still to come
+  std::string text_;  // of a line without its line end
 };
 
 }  // namespace host

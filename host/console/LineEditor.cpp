@@ -21,7 +21,7 @@ constexpr const char* kPrompt = "> ";
 
 LineEditor* theEditor = nullptr;
 
-/// The next word that fits, as the library asks for it; it frees what it gets.
+/// The library's callback for completion: the next word. The library frees it.
 char* NextCompletion(const char*, int isLater) {
   static std::vector<std::string> words;
   static std::size_t next = 0;
@@ -37,11 +37,11 @@ char* NextCompletion(const char*, int isLater) {
 }
 
 char** Complete(const char* text, int, int) {
-  rl_attempted_completion_over = 1;  // else the library offers file names
+  rl_attempted_completion_over = 1;  // no file names
   return rl_completion_matches(text, NextCompletion);
 }
 
-/// How many rows of the screen the characters up to the cursor go down.
+/// How many screen rows the text wraps before the cursor.
 int RowsAboveCursor() {
   winsize size{};
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 0;
@@ -58,7 +58,7 @@ LineEditor::LineEditor(std::function<void(const std::string*)> onLine)
     : onLine_(std::move(onLine)) {
   std::setlocale(LC_CTYPE, "");
   theEditor = this;
-  rl_catch_signals = 0;  // they are the event loop's
+  rl_catch_signals = 0;  // the event loop handles them
   rl_initialize();
   using_history();
   rl_attempted_completion_function = Complete;
@@ -76,8 +76,8 @@ void LineEditor::Read() {
   rl_callback_read_char();
   if (isAtEnd_) return onLine_(nullptr);
   if (!entered_) return;
-  // The library has given the terminal back, where an end that is typed gets lost. So the editor is
-  // in place again, with an empty line, before the one that was entered is worked on.
+  // The library has restored the terminal's mode, in which a Ctrl-D that is typed now would be
+  // lost. So the editor is installed again before the line is carried out.
   rl_callback_handler_install(kPrompt, &LineEditor::OnLine);
   rl_point = 0;
   const std::string line = *std::exchange(entered_, std::nullopt);

@@ -6,31 +6,31 @@
 
 namespace host {
 
-/// Edits a line at the terminal, with history and completion of steps. There can be one in a
-/// process. It never waits: its owner says when there is something to read.
+/// Edits a line at the terminal, with history and completion of steps. One at a time in a process.
+/// It does not block: its owner calls `Read` when standard input is readable.
 class LineEditor {
  public:
-  /// `onLine` is told each line that is entered, and null at the end of the input.
+  /// Calls `onLine` with each line that is entered, and with null at the end of the input.
   explicit LineEditor(std::function<void(const std::string* line)> onLine);
-  /// Gives the terminal back as it was.
+  /// Restores the terminal's mode.
   ~LineEditor();
   LineEditor(const LineEditor&) = delete;
   LineEditor& operator=(const LineEditor&) = delete;
 
-  /// Takes what was typed; to be called when standard input can be read.
+  /// Reads what was typed. To be called when standard input is readable.
   void Read();
-  /// Takes note of the terminal's new size.
+  /// Reads the terminal's new size.
   static void Resize();
-  /// Takes the line that is being edited off the screen, so that something can be printed.
+  /// Clears the line that is being edited from the screen, so that another line can be printed.
   void Hide() const;
-  /// Puts it back.
+  /// Draws it again.
   void Show() const;
 
  private:
   static void OnLine(char* text);
 
   std::function<void(const std::string*)> onLine_;
-  std::optional<std::string> entered_;  // a line that `Read` has yet to tell of
+  std::optional<std::string> entered_;  // a line that `Read` has yet to pass on
   bool isAtEnd_ = false;
 };
 

@@ -1,5 +1,5 @@
-// Built with 64-bit time functions on every machine: the C++ library's clock is as wide as the
-// machine's own, which on 32-bit ones ends in 2038.
+// Built with the C library's 64-bit time functions on every machine: `std::chrono` on a 32-bit
+// machine counts with its 32-bit `time_t`, which ends in 2038.
 #include "host/engine/Clock.h"
 
 #include <ctime>
@@ -11,7 +11,7 @@ namespace {
 
 std::int64_t MillisecondsOf(clockid_t clock) {
   timespec now{};
-  clock_gettime(clock, &now);  // fails for clocks that do not exist only
+  clock_gettime(clock, &now);  // cannot fail for these clocks
   return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 

@@ -4,17 +4,17 @@
 
 namespace host {
 
-/// The two clocks of a host. Both can be moved, so that what takes hours can be seen at once.
+/// The two clocks of a host. Both can be advanced, so that hours pass at once.
 class Clock {
  public:
   virtual ~Clock() = default;
 
-  /// Milliseconds since 1970-01-01 00:00:00 UTC: what the agent sees.
+  /// The time that the agent sees: milliseconds since 1970-01-01 00:00:00 UTC.
   std::int64_t Wall() const { return BaseWall() + wallOffset_; }
-  /// Milliseconds since some moment; never set back: what timers go by.
+  /// The time of the timers: milliseconds since some moment, never set back.
   std::int64_t Monotonic() const { return BaseMonotonic() + monotonicOffset_; }
 
-  /// Moves both clocks forward.
+  /// Advances both clocks.
   void Advance(std::int64_t milliseconds) {
     wallOffset_ += milliseconds;
     monotonicOffset_ += milliseconds;
@@ -31,7 +31,7 @@ class Clock {
   std::int64_t monotonicOffset_ = 0;
 };
 
-/// Stands still until it is moved.
+/// A clock that stands still between calls of `Advance` and `SetWall`.
 class ManualClock : public Clock {
  public:
   /// Starts at that many seconds since 1970-01-01 00:00:00 UTC.
@@ -51,7 +51,7 @@ class SystemClock : public Clock {
   std::int64_t BaseMonotonic() const override;
 };
 
-/// What the process's time zone adds to UTC at a moment; both in seconds.
+/// The offset of the process's time zone from UTC at a moment, DST included; both in seconds.
 std::int64_t GetUtcOffset(std::int64_t seconds);
 
 }  // namespace host

@@ -10,7 +10,7 @@
 
 namespace host {
 
-/// A command as a host hands it over.
+/// A command with its parameters.
 class CmdMessage : public ICmdMessage {
  public:
   using Params = std::map<std::string, std::string>;
@@ -34,7 +34,7 @@ class CmdMessage : public ICmdMessage {
   Params params_;
 };
 
-/// Holds what a command answers.
+/// Holds the answer of a command.
 class CmdReturn : public ICmdReturn {
  public:
   void SetValue(const std::string& value) override { value_ = value; }

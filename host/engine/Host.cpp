@@ -28,7 +28,7 @@ void Host::Create(const PluginLibrary& plugin) {
   try {
     agent_ = plugin.CreateAgent(*this);
   } catch (...) {
-    Destroy();  // what the agent left registered would lead to nobody
+    Destroy();  // drops the registrations, which would dangle
     throw;
   }
 }
@@ -66,7 +66,7 @@ boost::shared_ptr<qx::XmlNode> Host::Request(const ICmdMessage& message) {
 boost::shared_ptr<qx::XmlNode> Host::Persist() { return GetAgent().GetPersistXml(); }
 
 void Host::SendEvent(const qx::SystemEventData* data) {
-  const auto listeners = listeners_;  // one may withdraw while it hears of the event
+  const auto listeners = listeners_;  // a listener may withdraw itself or others in its call
   for (const auto& listener : listeners) {
     if (listeners_.count(listener) != 0) {
       listener.first->OnSystemEvent(qx::response::IResponse(), data);

@@ -21,8 +21,9 @@
 namespace host {
 
 /// A host with one agent: the host side of the platform layer. It runs on the clock that it is
-/// given and tells its listener of every call that the agent makes. While it lives it is the host
-/// that the process's time, log and assertions go to. What the agent throws passes through.
+/// given and reports every call of the agent to its listener. While it exists it is the current
+/// host of the process: it gives the time and receives log records and assertions. Exceptions of
+/// the agent pass through.
 class Host : private IInstanceManager,
              private qx::IHost,
              private IProgrammingManager,
@@ -35,32 +36,33 @@ class Host : private IInstanceManager,
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  // The agent's life, in this order. `plugin` must outlive the agent; throws `PluginError`, and
-  // nothing stays registered then.
+  // The agent's life, in this order. `plugin` must outlive the agent. `Create` throws
+  // `PluginError`; nothing is registered then.
   void Create(const PluginLibrary& plugin);
   void Initialize(const boost::shared_ptr<qx::XmlNode>& state);
   void LateInitialize();
-  /// Destroys the agent; harmless without one. Returns what it had registered and did not withdraw,
-  /// as `DescribeRegistrations` says it, and drops that.
+  /// Destroys the agent, if there is one. Returns the registrations that the agent left, as
+  /// `DescribeRegistrations` does, and drops them.
   std::string Destroy();
   bool HasAgent() const { return agent_ != nullptr; }
 
-  // Calls to the agent; there must be one, or they throw `std::logic_error`.
+  // Calls to the agent. They throw `std::logic_error` without an agent.
   void Execute(const ICmdMessage& message, ICmdReturn* answer);
   boost::shared_ptr<qx::XmlNode> Request(const ICmdMessage& message);
   boost::shared_ptr<qx::XmlNode> Persist();
-  /// Hands `data`, which may be null, to every listener, whatever event it registered for.
+  /// Passes `data`, which may be null, to every listener, also to those of other events.
   void SendEvent(const qx::SystemEventData* data);
-  /// Has the next timer that is due expire; false if none is due by now.
+  /// Expires the next timer if its time has come. Returns whether there was one.
   bool DeliverExpiry();
-  /// When the next timer is due, in milliseconds of the monotonic clock.
+  /// When the next timer expires, in milliseconds of the monotonic clock.
   std::optional<std::int64_t> GetNextDue() const { return timers_.GetNextDue(); }
 
-  /// Whether these interfaces can be looked up; the programming manager can at first.
+  /// Registers or withdraws the host's own interfaces. The programming manager is registered at
+  /// first.
   void SetProgrammingManager(bool present);
   void SetForwarder(bool present);
 
-  /// What agents have registered and not withdrawn, one a word; "" when nothing is left.
+  /// The registrations that agents have not withdrawn, one a word; "" when there are none.
   std::string DescribeRegistrations() const;
 
  private:
@@ -104,7 +106,7 @@ class Host : private IInstanceManager,
   Clock& clock_;
   IHostListener& listener_;
   qx::IHost* previousHost_;
-  // Looked up without making a text, so that a withdrawal needs no memory.
+  // `std::less<>` compares without making a string, so that a withdrawal allocates nothing.
   using Interfaces = std::map<std::string, void*, std::less<>>;
 
   Interfaces ownInterfaces_;

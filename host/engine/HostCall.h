@@ -8,8 +8,8 @@
 
 namespace host {
 
-// What a plug-in asks of the host, one type a call. The references are valid while the listener
-// hears of the call.
+// The calls of a plug-in to the host, one type each. The references are valid during the listener's
+// call.
 struct InterfaceLookUp {
   std::string_view id;
 };
@@ -85,8 +85,8 @@ using HostCall =
                  ListeningEnded, BindingAdded, BindingRemoved, TimerArmed, TimerKilled, Push, Bound,
                  Fire, Forward, ProgrammingOwned, ProgrammingItem, OwnerRemoved, Log, Assertion>;
 
-/// Hears of every call before the host carries it out. What it throws makes the call fail; it may
-/// call the host from inside.
+/// Receives every call before the host carries it out. An exception makes the call fail. It may
+/// make re-entrant calls of the host.
 class IHostListener {
  public:
   virtual ~IHostListener() = default;

@@ -8,7 +8,7 @@
 
 namespace host {
 
-/// The timers of a host, by the moment at which they are due.
+/// The timers of a host, ordered by their expiry.
 class TimerQueue {
  public:
   struct Timer {
@@ -21,7 +21,7 @@ class TimerQueue {
   void Remove(ID::Timer id);
   void Clear() { timers_.clear(); }
 
-  /// When the next timer is due; nothing without timers.
+  /// When the next timer expires; nothing without timers.
   std::optional<std::int64_t> GetNextDue() const;
   /// Takes the timer that is due first out of the queue, earlier armed ones before later ones. The
   /// queue must not be empty.

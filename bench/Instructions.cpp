@@ -23,7 +23,9 @@ void Count(const char* name, const Work& work) {
 
 int main() {
   constexpr std::size_t kServices = 1'000;
-  bench::RunningAgent agent(bench::GetState(kServices));
+  const std::string& state = bench::GetState(kServices);
+  Count("start", [&] { const bench::RunningAgent started(state); });
+  bench::RunningAgent agent(state);
   const host::CmdMessage request = bench::MakeCommand("SEND_REQUEST_EVENT", kServices);
   const host::CmdMessage cancel = bench::MakeCommand("SEND_CANCEL_EVENT", kServices);
   const host::CmdMessage query("GET_ALL_SERVICES", {});

@@ -1,4 +1,4 @@
-// Fixed work for the instruction counter: each region's count is written under its name.
+// Fixed work for the instruction counter, which writes each region's count under its name.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -11,7 +11,7 @@ namespace {
 template <typename Work>
 void Count(const char* name, const Work& work) {
   constexpr int kRepetitions = 10;
-  work();  // what is done once, such as the resolution of symbols, does not count
+  work();  // resolves the symbols, which does not count
   CALLGRIND_START_INSTRUMENTATION;
   CALLGRIND_ZERO_STATS;
   for (int i = 0; i < kRepetitions; ++i) work();

@@ -1,4 +1,4 @@
-// What walks the list: a request with its cancellation, and the sweep.
+// The commands that walk the list: a request with its cancellation, and the sweep.
 #include <benchmark/benchmark.h>
 
 #include <boost/make_shared.hpp>

@@ -8,12 +8,13 @@
 
 namespace bench {
 
-/// Another way to the same texts.
+/// Another library that writes and parses the same texts.
 struct Peer {
   const char* name;
   /// Builds the document of the reply and prints it.
   std::string (*write)(const std::vector<Record>& records);
-  /// Parses a text to a document, and releases that; returns the number of the root's children.
+  /// Parses a text to a document and releases the document. Returns the number of the root's
+  /// children.
   std::size_t (*parse)(const std::string& text);
 };
 

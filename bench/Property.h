@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/// A service as any program would hold it; the peers write these.
+/// A service in plain fields; the peers write these.
 struct Record {
   unsigned int id;
   std::string name;         // 13 characters
@@ -21,10 +21,11 @@ struct Record {
 /// The services of a property of that size.
 std::vector<Record> MakeRecords(std::size_t count);
 
-/// The reply to "GET_ALL_SERVICES", put together by hand: what any way of making it comes down to.
+/// The reply to "GET_ALL_SERVICES", written by hand: the lower bound for every library.
 std::string AppendReply(const std::vector<Record>& records);
 
-/// The reply of a property of that size, and the state that its agent persists. Made once.
+/// The reply of a property of that size, and the state that its agent persists. Made at the first
+/// call and kept.
 const std::string& GetReply(std::size_t count);
 const std::string& GetState(std::size_t count);
 

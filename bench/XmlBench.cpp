@@ -31,7 +31,7 @@ void Write(benchmark::State& state, std::string (*write)(const std::vector<Recor
   for (auto _ : state) benchmark::DoNotOptimize(write(records));
 }
 
-// An agent is made for one start only; that, and its end, are not part of the time.
+// Each start needs an agent of its own. Its construction and destruction are not measured.
 void StartAgent(benchmark::State& state) {
   const auto count = static_cast<std::size_t>(state.range(0));
   const std::string& text = GetState(count);

@@ -8,7 +8,7 @@
 namespace qx {
 namespace {
 
-// All that may stand beside the root is kept, so that it is seen.
+// Nodes beside the root are kept, so that `Parse` can refuse them.
 constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_fragment | pugi::parse_pi |
                                    pugi::parse_doctype | pugi::parse_declaration;
 
@@ -16,9 +16,8 @@ bool IsText(pugi::xml_node node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-/// Whether there is a reference to the character 0, or to one beyond the last: the parser would end
-/// the text there, or make another character of it. Also where it refers to nothing, in a comment
-/// or a CDATA section.
+/// Whether the text contains a reference to the character 0 or to one beyond U+10FFFF, also in a
+/// comment or a CDATA section. The parser would end the text there or decode another character.
 bool RefersToNoCharacter(std::string_view text) {
   constexpr std::string_view kReference = "&#";
   constexpr std::uint32_t kLastCharacter = 0x10FFFF;
@@ -95,8 +94,8 @@ bool ParsedText::Parse(std::string_view text, bool keepBlanks) {
   if (text.find('\0') != std::string_view::npos || RefersToNoCharacter(text)) return false;
   text_ = text;
   const unsigned options = keepBlanks ? kParseOptions | pugi::parse_ws_pcdata : kParseOptions;
-  // With the NUL that ends it: else the parser would take the last character for the end, and not
-  // see it where it stands alone after the root.
+  // The size includes the NUL at the end. Otherwise the parser would overwrite the last character
+  // with one, and a stray character after the root would not be an error.
   const pugi::xml_parse_result result =
       document_.load_buffer_inplace(text_.data(), text_.size() + 1, options, pugi::encoding_utf8);
   if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();

@@ -10,15 +10,16 @@
 
 namespace qx {
 
-/// A parsed XML text, kept alive by every element that is a place in it.
+/// A parsed XML text. Every element in it shares ownership of it.
 class ParsedText {
  public:
-  /// False when `text` does not parse to exactly one element, or has what no XML has: a NUL byte or
-  /// a reference such as `&#0;`. Text of nothing but white space is left out unless `keepBlanks`.
-  /// Called once. Throws `std::bad_alloc` only.
+  /// False when `text` does not parse to exactly one element, or contains a NUL byte or a reference
+  /// to no character, such as `&#0;`. Text of white space only is kept if `keepBlanks`. To be
+  /// called once. Throws `std::bad_alloc` only.
   bool Parse(std::string_view text, bool keepBlanks);
 
   pugi::xml_node GetRoot() const { return root_; }
+  /// Whether an element is nested deeper than `levels`; the root is at level 1.
   bool IsDeeperThan(int levels) const;
 
  private:

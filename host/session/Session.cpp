@@ -67,9 +67,7 @@ void Session::AdvanceTo(std::int64_t moment) {
   advance(moment);
 }
 
-void Session::Answer(const std::string& text) {
-  sink_(text.empty() ? "answer" : "answer " + ToOneLine(text));
-}
+void Session::Answer(const std::string& text) { sink_(FormatAnswer(text)); }
 
 void Session::Report(const Failure& failure) { sink_(FormatError(failure.reason)); }
 

@@ -1,5 +1,9 @@
 #include "host/session/Transcript.h"
 
+#include <algorithm>
+#include <iterator>
+#include <variant>
+
 #include "platform/xml/Utf8.h"
 #include "platform/xml/XmlNode.h"
 
@@ -15,72 +19,80 @@ std::string Value(Enum value) {
 
 std::string Word(bool flag) { return flag ? "true" : "false"; }
 
-// One overload a type of call.
-struct LineOf {
+/// A kind of call. Its name is the first word of its line; "" for calls without a line.
+struct Kind {
+  std::string_view name;
+  bool isVerbose;  // its line is printed by a verbose session only
+};
+
+// In the order of the types in `HostCall`.
+constexpr Kind kKinds[] = {
+    {"", false},
+    {"interface-registered", true},
+    {"interface-withdrawn", true},
+    {"listening", true},
+    {"listening-ended", true},
+    {"binding-added", true},
+    {"binding-removed", true},
+    {"timer-armed", true},
+    {"timer-killed", true},
+    {"push", false},
+    {"bound", false},
+    {"fire", false},
+    {"forward", false},
+    {"programming-owned", false},
+    {"programming-item", false},
+    {"owner-removed", false},
+    {"log", false},
+    {"assert", false},
+};
+static_assert(std::size(kKinds) == std::variant_size_v<HostCall>);
+
+constexpr std::string_view kAnswer = "answer";
+constexpr std::string_view kError = "error";
+
+// What follows the name. One overload a type of call.
+struct RestOf {
   std::string operator()(const InterfaceLookUp&) const { return ""; }
-  std::string operator()(const InterfaceRegistered& call) const {
-    return "interface-registered " + ToOneLine(call.id);
-  }
-  std::string operator()(const InterfaceWithdrawn& call) const {
-    return "interface-withdrawn " + ToOneLine(call.id);
-  }
-  std::string operator()(const Listening& call) const { return "listening " + Number(call.event); }
-  std::string operator()(const ListeningEnded& call) const {
-    return "listening-ended " + Number(call.event);
-  }
+  std::string operator()(const InterfaceRegistered& call) const { return ' ' + ToOneLine(call.id); }
+  std::string operator()(const InterfaceWithdrawn& call) const { return ' ' + ToOneLine(call.id); }
+  std::string operator()(const Listening& call) const { return ' ' + Number(call.event); }
+  std::string operator()(const ListeningEnded& call) const { return ' ' + Number(call.event); }
   std::string operator()(const BindingAdded& call) const {
-    return "binding-added " + Number(call.id) + ' ' + Value(call.type) + ' ' + Word(call.first) +
-           ' ' + Quote(call.name) + ' ' + Quote(call.bindingClass) + ' ' + Word(call.second) + ' ' +
+    return ' ' + Number(call.id) + ' ' + Value(call.type) + ' ' + Word(call.first) + ' ' +
+           Quote(call.name) + ' ' + Quote(call.bindingClass) + ' ' + Word(call.second) + ' ' +
            Word(call.third) + ' ' + (call.text != nullptr ? Quote(call.text) : "null");
   }
-  std::string operator()(const BindingRemoved& call) const {
-    return "binding-removed " + Number(call.id);
-  }
+  std::string operator()(const BindingRemoved& call) const { return ' ' + Number(call.id); }
   std::string operator()(const TimerArmed& call) const {
-    return "timer-armed " + Number(call.period) + ' ' + Number(call.unit) + ' ' + Word(call.once);
+    return ' ' + Number(call.period) + ' ' + Number(call.unit) + ' ' + Word(call.once);
   }
-  std::string operator()(const TimerKilled&) const { return "timer-killed"; }
-  std::string operator()(const Push& call) const { return "push " + call.element.OuterXml(); }
+  std::string operator()(const TimerKilled&) const { return ""; }
+  std::string operator()(const Push& call) const { return ' ' + call.element.OuterXml(); }
   std::string operator()(const Bound& call) const {
-    std::string line = "bound " + Number(call.bindingId) + ' ' + call.message.GetCommand();
+    std::string line = ' ' + Number(call.bindingId) + ' ' + call.message.GetCommand();
     for (const auto& param : call.message.GetParams()) {
       line += ' ' + param.name + ':' + param.type + '=' + Number(param.value);
     }
     return line;
   }
-  std::string operator()(const Fire& call) const { return "fire " + Number(call.event); }
+  std::string operator()(const Fire& call) const { return ' ' + Number(call.event); }
   std::string operator()(const Forward& call) const {
-    return "forward " + Quote(call.source) + ' ' + Quote(call.requestCode);
+    return ' ' + Quote(call.source) + ' ' + Quote(call.requestCode);
   }
   std::string operator()(const ProgrammingOwned& call) const {
-    return "programming-owned " + Number(call.deviceId) + ' ' + Number(call.item) + ' ' +
-           Value(call.ownerType);
+    return ' ' + Number(call.deviceId) + ' ' + Number(call.item) + ' ' + Value(call.ownerType);
   }
   std::string operator()(const ProgrammingItem& call) const {
-    return "programming-item " + Number(call.deviceId) + ' ' + Number(call.item);
+    return ' ' + Number(call.deviceId) + ' ' + Number(call.item);
   }
   std::string operator()(const OwnerRemoved& call) const {
-    return "owner-removed " + Number(call.id) + ' ' + Value(call.ownerType);
+    return ' ' + Number(call.id) + ' ' + Value(call.ownerType);
   }
   std::string operator()(const Log& call) const {
-    return "log " + call.record.levelName + ' ' + Quote(call.record.text);
+    return ' ' + call.record.levelName + ' ' + Quote(call.record.text);
   }
-  std::string operator()(const Assertion& call) const { return "assert " + ToOneLine(call.file); }
-};
-
-struct VerboseOnly {
-  bool operator()(const InterfaceRegistered&) const { return true; }
-  bool operator()(const InterfaceWithdrawn&) const { return true; }
-  bool operator()(const Listening&) const { return true; }
-  bool operator()(const ListeningEnded&) const { return true; }
-  bool operator()(const BindingAdded&) const { return true; }
-  bool operator()(const BindingRemoved&) const { return true; }
-  bool operator()(const TimerArmed&) const { return true; }
-  bool operator()(const TimerKilled&) const { return true; }
-  template <typename Other>
-  bool operator()(const Other&) const {
-    return false;
-  }
+  std::string operator()(const Assertion& call) const { return ' ' + ToOneLine(call.file); }
 };
 
 void AppendHex(std::string& out, char c) {
@@ -118,11 +130,28 @@ std::string Escape(std::string_view text, bool inQuotes) {
 
 }  // namespace
 
-std::string FormatLine(const HostCall& call) { return std::visit(LineOf(), call); }
+std::string FormatLine(const HostCall& call) {
+  return std::string(kKinds[call.index()].name) + std::visit(RestOf(), call);
+}
 
-std::string FormatError(std::string_view reason) { return "error " + ToOneLine(reason); }
+std::string FormatAnswer(std::string_view text) {
+  return std::string(kAnswer) + (text.empty() ? "" : ' ' + ToOneLine(text));
+}
 
-bool IsVerbose(const HostCall& call) { return std::visit(VerboseOnly(), call); }
+std::string FormatError(std::string_view reason) {
+  return std::string(kError) + ' ' + ToOneLine(reason);
+}
+
+bool IsVerbose(const HostCall& call) { return kKinds[call.index()].isVerbose; }
+
+bool IsPrinted(std::string_view line) {
+  const std::string_view name = line.substr(0, line.find(' '));
+  const auto isOfKind = [&](const Kind& kind) { return name == kind.name; };
+  return !name.empty() && (name == kAnswer || name == kError ||
+                           std::any_of(std::begin(kKinds), std::end(kKinds), isOfKind));
+}
+
+bool IsError(std::string_view line) { return line.substr(0, line.find(' ')) == kError; }
 
 std::string Quote(std::string_view text) { return '"' + Escape(text, true) + '"'; }
 

@@ -1,6 +1,8 @@
 // The host as it is started: what it prints, writes and exits with.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <regex>
 #include <string>
 #include <utility>
 
@@ -15,7 +17,7 @@ using test::WriteFile;
 
 constexpr const char* kGood = "# As it is.\n\n> persist\nanswer <guest_services/>\n";
 constexpr const char* kBad =
-    "too early\n> persist\n# why\nwrong\n\n# next\n> loglevel INFO\nwrong\n"
+    "fire 1\n> persist\n# why\nfire 2\n\n# next\n> loglevel INFO\nfire 3\n"
     "> ADD_SERVICE type=shortcut shortcut_id=1\n\n# the end\n";
 constexpr const char* kMended =
     "> persist\n# why\nanswer <guest_services/>\n\n# next\n> loglevel INFO\n"
@@ -55,12 +57,12 @@ class Replay : public testing::Test {
 TEST_F(Replay, PrintsTheDifferencesAndTheCounts) {
   const std::string diff =
       diffHead_ +
-      "@@ -1,11 +1,10 @@\n-too early\n > persist\n # why\n-wrong\n+answer <guest_services/>\n"
-      " \n # next\n > loglevel INFO\n-wrong\n > ADD_SERVICE type=shortcut shortcut_id=1\n"
+      "@@ -1,11 +1,10 @@\n-fire 1\n > persist\n # why\n-fire 2\n+answer <guest_services/>\n"
+      " \n # next\n > loglevel INFO\n-fire 3\n > ADD_SERVICE type=shortcut shortcut_id=1\n"
       "+push <service_added><shortcut id=\"1\" shortcut_id=\"1\"/></service_added>\n"
       " \n # the end\n";
   const std::string none = TempPath("none.txt");
-  Expect("replay " + good_ + " /dev/null", 0, "2 passed, 0 failed\n");
+  Expect("replay " + good_ + ' ' + good_, 0, "2 passed, 0 failed\n");
   Expect("replay --show " + good_, 0, "> persist\nanswer <guest_services/>\n1 passed, 0 failed\n");
   Expect("replay " + good_ + ' ' + bad_, 1, diff + "1 passed, 1 failed\n");
   Expect("replay " + none + ' ' + bad_, 1,
@@ -68,27 +70,96 @@ TEST_F(Replay, PrintsTheDifferencesAndTheCounts) {
   Expect("replay /proc/self/cwd", 1,
          "cannot read /proc/self/cwd: Is a directory\n0 passed, 1 failed\n");
   EXPECT_EQ(ReadFile(bad_), kBad);
-  WriteFile(bad_, "# Stra\xC3\x9F\x65\n> persist\nanswer Stra\xDF\x65\n");
-  Expect("replay " + bad_, 1, bad_ + ":3: not UTF-8 text\n0 passed, 1 failed\n");
 }
 
-TEST_F(Replay, RewritesWhatDiffers) {
-  Expect("replay --update " + good_ + ' ' + bad_, 0, "updated " + bad_ + "\n2 passed, 0 failed\n");
+TEST_F(Replay, UpdatesExpectedLinesAndNothingElse) {
+  const std::string none =
+      "not a step, which begins with \"> \", not a comment, which begins with "
+      "\"#\", and not a line that the host prints";
+  const struct {
+    std::string before;
+    std::string refusal;  // after the file's name; "" if it is updated or as expected
+    std::string after;
+    std::string errors;  // that are said to be recorded
+  } cases[] = {
+      {kBad, "", kMended, ""},
+      {kGood, "", kGood, ""},
+      {"> loglevel LOUD\n", "", "> loglevel LOUD\nerror 'LOUD' is no log level\n",
+       ", 1 error line"},
+      {"> dance\n> fly\n", "",
+       "> dance\nerror unknown step 'dance'\n> fly\nerror unknown step 'fly'\n", ", 2 error lines"},
+      {"\xEF\xBB\xBF> persist\n", "", "\xEF\xBB\xBF> persist\nanswer <guest_services/>\n", ""},
+      {"# a\r\n> persist\r\n\r\n", "", "# a\r\n> persist\r\nanswer <guest_services/>\r\n\r\n", ""},
+      {"> persist", "", "> persist\nanswer <guest_services/>", ""},
+      {"> persist\r\nanswer <guest_services/>", "", "> persist\r\nanswer <guest_services/>", ""},
+      {"> persist\n \t\n", "", "> persist\nanswer <guest_services/>\n \t\n", ""},
+
+      {"", ": no step; a step begins with \"> \"", "", ""},
+      {"# nothing\n", ": no step; a step begins with \"> \"", "", ""},
+      {"persist\nanswer <guest_services/>\n", ":1: " + none, "", ""},
+      {"> persist\n  > persist\n", ":2: " + none, "", ""},
+      {"> persist\nanswering\n", ":2: " + none, "", ""},
+      {kGood + std::string(">ADD_SERVICE\n"), ":5: a step begins with \"> \": a blank is missing",
+       "", ""},
+      {"> persist\n\r\n", ":2: mixed line ends", "", ""},
+      {"\r\n> persist\n", ":2: mixed line ends", "", ""},
+      {"> persist\r", ":1: mixed line ends", "", ""},
+      {"# Stra\xC3\x9F\x65\n> persist\nanswer Stra\xDF\x65\n", ":3: not UTF-8 text", "", ""},
+  };
+  for (const auto& [before, refusal, after, errors] : cases) {
+    WriteFile(bad_, before);
+    if (!refusal.empty()) {
+      Expect("replay --update " + bad_, 1, bad_ + refusal + "\n0 passed, 1 failed\n");
+      EXPECT_EQ(ReadFile(bad_), before);
+      continue;
+    }
+    const std::string updated = before == after ? "" : "updated " + bad_ + errors + '\n';
+    Expect("replay --update " + bad_, 0, updated + "1 passed, 0 failed\n");
+    EXPECT_EQ(ReadFile(bad_), after);
+    Expect("replay " + bad_, 0, "1 passed, 0 failed\n");
+  }
+}
+
+TEST_F(Replay, UpdatesNothingWithoutAnAgent) {
+  const std::string plugin = Broken("THROWING_CONSTRUCTOR");
+  Expect("replay --update --plugin " + plugin + ' ' + good_, 1,
+         good_ + ": not updated: the agent did not start: error " + plugin +
+             ": the agent's construction failed: the agent is out of order\n0 passed, 1 failed\n");
   EXPECT_EQ(ReadFile(good_), kGood);
-  EXPECT_EQ(ReadFile(bad_), kMended);
-  Expect("replay " + bad_, 0, "1 passed, 0 failed\n");
+}
+
+TEST_F(Replay, KeepsThePermissionsOfAFileThatItUpdates) {
+  const auto mode = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+  std::filesystem::permissions(bad_, mode);
+  EXPECT_EQ(RunHost("replay --update " + bad_).exitCode, 0);
+  EXPECT_EQ(std::filesystem::status(bad_).permissions(), mode);
 }
 
 TEST_F(Replay, WritesItsResultsForOtherPrograms) {
   WriteFile(bad_, "> persist\nanswer <&>\n");
-  EXPECT_EQ(RunHost("replay --junit " + junit_ + ' ' + good_ + ' ' + bad_).exitCode, 1);
-  EXPECT_EQ(ReadFile(junit_),
-            "<testsuite name=\"replay\" tests=\"2\" failures=\"1\">"
+  const std::string none = TempPath("none.txt");
+  EXPECT_EQ(RunHost("replay --junit " + junit_ + ' ' + good_ + ' ' + bad_ + ' ' + none).exitCode,
+            1);
+  const std::regex time(" time=\"[0-9]+\\.[0-9]{6}\"");
+  EXPECT_EQ(std::regex_replace(ReadFile(junit_), time, " time=\"SECONDS\""),
+            "<testsuite name=\"replay\" tests=\"3\" failures=\"2\" time=\"SECONDS\">"
             "<testcase classname=\"replay\" name=\"" +
-                good_ + "\"/><testcase classname=\"replay\" name=\"" + bad_ + "\"><failure>--- " +
-                bad_ + "&#10;+++ " + bad_ +
+                good_ +
+                "\" time=\"SECONDS\"/>"
+                "<testcase classname=\"replay\" name=\"" +
+                bad_ +
+                "\" time=\"SECONDS\">"
+                "<failure message=\"" +
+                bad_ + ":2: the first difference\">--- " + bad_ + "&#10;+++ " + bad_ +
                 " (replayed)&#10;@@ -1,2 +1,2 @@&#10; &gt; persist&#10;-answer &lt;&amp;&gt;&#10;"
-                "+answer &lt;guest_services/&gt;&#10;</failure></testcase></testsuite>\n");
+                "+answer &lt;guest_services/&gt;&#10;</failure></testcase>"
+                "<testcase classname=\"replay\" name=\"" +
+                none +
+                "\" time=\"SECONDS\">"
+                "<failure message=\"cannot open " +
+                none +
+                ": No such file or directory\"/></testcase>"
+                "</testsuite>\n");
   Expect("replay --junit /no/such/directory/junit.xml " + good_, 1,
          "1 passed, 0 failed\nerror: cannot open /no/such/directory/junit.xml: No such file "
          "or directory\n");

@@ -80,6 +80,8 @@ class Simulation:
         return [(step, model.follow(step)) for step in steps]
 
     def differs(self, steps):
+        if not steps:  # that is no scenario
+            return False
         return not self.replay([to_scenario(self.follow(steps))])
 
     def shrink(self, seed):

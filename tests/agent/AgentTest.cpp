@@ -85,7 +85,7 @@ std::string DescribeDetails(const host::HostCall& call) {
 TEST(Agent, PassesTheSameDetailsInEveryCall) {
   std::set<std::string> details;
   for (const Act& act : GetActs()) {
-    World world(GetPlugin(), act.stage);
+    World world(act.stage);
     world.onHostCall = [&](const host::HostCall& call) { details.insert(DescribeDetails(call)); };
     act.run(world);
     world.Stop();

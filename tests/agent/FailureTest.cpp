@@ -94,12 +94,11 @@ void ExpectRecovery(World& world, const Act& act, const Entries& after) {
 }
 
 void TryEveryFailure(Failure failure) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   for (const Act& act : GetActs()) {
     Entries before;
     Entries after;
     {
-      World world(plugin, act.stage);
+      World world(act.stage);
       before = world.GetEntries();
       act.run(world);
       after = world.GetEntries();
@@ -110,7 +109,7 @@ void TryEveryFailure(Failure failure) {
       SCOPED_TRACE(act.name + ", failure " + std::to_string(n));
       const long blocksBefore = CountLiveBlocks();
       {
-        World world(plugin, act.stage);
+        World world(act.stage);
         hasFailed = RunWithFailure(world, act, failure, n);
         ExpectWhole(world.GetEntries(), before, after, act.isPiecewise);
         ExpectRecovery(world, act, after);
@@ -130,7 +129,6 @@ TEST(Failure, OfAllAllocationsFromEachOnLeavesTheAgentWhole) {
 }
 
 TEST(Failure, OfAHostCallFindsTheListAsTheOrderOfThingsHasIt) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   // By the host call that fails: the list is as before, or as after.
   const std::pair<const char*, std::string> cases[] = {
       {"ADD_SERVICE name=Probe", "--+"},
@@ -144,7 +142,7 @@ TEST(Failure, OfAHostCallFindsTheListAsTheOrderOfThingsHasIt) {
     std::string found;
     Calls calls;
     for (long n = 0; n == static_cast<long>(found.size()); ++n) {
-      World world(plugin, Stage::kRunning);
+      World world(Stage::kRunning);
       const Entries before = world.GetEntries();
       FailHostCall(world, n, calls);
       try {
@@ -159,10 +157,9 @@ TEST(Failure, OfAHostCallFindsTheListAsTheOrderOfThingsHasIt) {
 }
 
 TEST(Failure, OfTheCreationIsFollowedByItsWithdrawal) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   const Calls created = {"", "interface-registered " + kIdentity, "listening 11"};
   Calls calls;
-  World world(plugin, Stage::kNone);
+  World world(Stage::kNone);
   for (std::size_t failing = 0; failing < created.size(); ++failing) {
     Calls expected(created.begin(), created.begin() + static_cast<long>(failing) + 1);
     if (failing == 2) expected.push_back("interface-withdrawn " + kIdentity);
@@ -179,14 +176,13 @@ TEST(Failure, OfTheCreationIsFollowedByItsWithdrawal) {
 }
 
 TEST(Failure, OfAStepOfTheDestructionIsFollowedByTheOthers) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   for (const bool isRunning : {false, true}) {
     Calls expected = {"listening-ended 11", "interface-withdrawn " + kIdentity,
                       "binding-removed 100"};
     if (isRunning) expected.emplace_back("timer-killed");
     for (long failing = kNever; failing < static_cast<long>(expected.size()); ++failing) {
       Calls calls;
-      World world(plugin, isRunning ? Stage::kRunning : Stage::kCreated);
+      World world(isRunning ? Stage::kRunning : Stage::kCreated);
       FailHostCall(world, failing, calls);
       world.Stop();
       EXPECT_EQ(calls, expected);
@@ -195,9 +191,8 @@ TEST(Failure, OfAStepOfTheDestructionIsFollowedByTheOthers) {
 }
 
 TEST(Failure, OfTheArmingLeavesNoTimerToKill) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   Calls calls;
-  World world(plugin, Stage::kRunning);
+  World world(Stage::kRunning);
   world.onHostCall = [](const host::HostCall& call) {
     if (std::holds_alternative<host::TimerArmed>(call)) throw std::runtime_error("injected");
   };
@@ -208,8 +203,7 @@ TEST(Failure, OfTheArmingLeavesNoTimerToKill) {
 }
 
 TEST(Failure, OfMemoryDoesNotReachTheDestruction) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
-  World world(plugin, Stage::kRunning);
+  World world(Stage::kRunning);
   const FailingMemory memory(0, true);
   EXPECT_EQ(world.Stop(), "");
   EXPECT_FALSE(FailingMemory::HasFailed());

@@ -20,9 +20,8 @@ std::string GetOutcome(World& world, bool inAnyOrder) {
       std::tuple(entries, world.TakeFiredEvents(), world.GetKnownToDevices()));
 }
 
-std::string RunOneAfterTheOther(const host::PluginLibrary& plugin, const Act& first,
-                                const Act& second) {
-  World world(plugin, std::min(first.stage, second.stage));
+std::string RunOneAfterTheOther(const Act& first, const Act& second) {
+  World world(std::min(first.stage, second.stage));
   first.run(world);
   second.run(world);
   return GetOutcome(world, first.Adds() && second.Adds());
@@ -30,9 +29,9 @@ std::string RunOneAfterTheOther(const host::PluginLibrary& plugin, const Act& fi
 
 /// Runs `inner` from inside the n-th host call of `outer`, counted from 0. Expects the outcome of
 /// running them one after the other. Returns whether there were so many calls.
-bool TryInside(const host::PluginLibrary& plugin, const Act& outer, const Act& inner, long n,
+bool TryInside(const Act& outer, const Act& inner, long n,
                const std::vector<std::string>& expected) {
-  World world(plugin, outer.stage);
+  World world(outer.stage);
   bool hasRun = false;
   world.onHostCall = [&](const host::HostCall&) {
     if (n-- != 0) return;
@@ -52,17 +51,16 @@ bool TryInside(const host::PluginLibrary& plugin, const Act& outer, const Act& i
 }
 
 TEST(Reentry, InsideAnyHostCallComesToOneAfterTheOther) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   for (const Act& outer : GetActs()) {
     for (const Act& inner : GetActs()) {
       // The list must be there; `LateInitialize` may be under way.
       if (inner.stage != Stage::kRunning || outer.stage < Stage::kInitialized) continue;
-      const std::vector<std::string> expected = {RunOneAfterTheOther(plugin, outer, inner),
-                                                 RunOneAfterTheOther(plugin, inner, outer)};
+      const std::vector<std::string> expected = {RunOneAfterTheOther(outer, inner),
+                                                 RunOneAfterTheOther(inner, outer)};
       bool hasRun = true;
       for (long n = 0; hasRun; ++n) {
         SCOPED_TRACE(inner.name + " inside host call " + std::to_string(n) + " of " + outer.name);
-        hasRun = TryInside(plugin, outer, inner, n, expected);
+        hasRun = TryInside(outer, inner, n, expected);
         if (testing::Test::HasFailure()) return;
       }
     }
@@ -70,7 +68,6 @@ TEST(Reentry, InsideAnyHostCallComesToOneAfterTheOther) {
 }
 
 TEST(Reentry, InsideEveryHostCallLeavesTheListWhole) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
   for (const Act& outer : GetActs()) {
     for (const Act& inner : GetActs()) {
       // An agent that is not initialized yet gives out ids that its state may hold.
@@ -78,7 +75,7 @@ TEST(Reentry, InsideEveryHostCallLeavesTheListWhole) {
         continue;
       }
       SCOPED_TRACE(inner.name + " inside every host call of " + outer.name);
-      World world(plugin, outer.stage);
+      World world(outer.stage);
       world.onHostCall = [&](const host::HostCall&) {
         if (world.GetHost().HasAgent()) inner.run(world);
       };

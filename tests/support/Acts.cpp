@@ -41,7 +41,7 @@ const char* const kFiveServices =
     "<request_time YEAR='2024' MONTH='2' DAY='28' HOUR='8' MIN='0' SEC='0'/></guest_service>"
     "<shortcut id='5' shortcut_id='43'/></guest_services>";
 
-World::World(const host::PluginLibrary& plugin, Stage stage) : Harness(kStart, "DEBUG", plugin) {
+World::World(Stage stage, const host::PluginLibrary& plugin) : Harness(kStart, "DEBUG", plugin) {
   GetHost().SetForwarder(true);
   Start(stage);
 }

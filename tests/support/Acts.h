@@ -18,7 +18,7 @@ extern const char* const kFiveServices;
 class World : public Harness {
  public:
   /// `plugin` must outlive the world.
-  World(const host::PluginLibrary& plugin, Stage stage);
+  explicit World(Stage stage, const host::PluginLibrary& plugin = GetPlugin());
 
   /// Takes the agent on to a stage; its list is `state`'s if it is initialized on the way.
   void Start(Stage to, const char* state = kFiveServices) { Harness::Start(to, state); }

@@ -24,6 +24,7 @@ ProgramResult RunHost(const std::string& arguments, const std::string& input) {
     result.output.append(buffer, size);
   }
   const int status = pclose(pipe);
+  std::remove(inputFile.c_str());
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   return result;
 }

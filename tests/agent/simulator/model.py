@@ -7,21 +7,8 @@ from service import (AgentError, Service, escape, parse, read_number, read_servi
 
 SWEEP_PERIOD = 30
 CANCEL_EVENT_OFFSET = 10000
-IDENTITY = "E3D838E8-07BB-4251-9201-18A186DDFBDA"
 LEVELS = ["DEBUG", "INFO", "ERROR", "OFF"]
-EVENT_NAMES = {  # of those that streams have in them
-    1: "OnAll", 7: "OnItemAdded", 12: "OnItemMoved", 69: "OnProjectEnterLock",
-    71: "OnZigBeeStickPresent", 121: "OnNetworkBindingAddressChanged"}
 ITEM_REMOVED, DEVICE_ITEM = 11, "7"
-SERVICE_TYPES = "".join(
-    f'<service_type id="{number}" name="{name}"/>' for number, name in enumerate(
-        ["HouseKeeping", "Bellman", "Linens", "Valet", "Turndown", "Rollaway", "Privacy",
-         "ServiceRoom"]))
-WITHDRAWN = ["listening-ended 11", f"interface-withdrawn {IDENTITY}", "binding-removed 100",
-             "timer-killed"]
-REGISTERED = [f"interface-registered {IDENTITY}", "listening 11",
-              'binding-added 100 1 true "GS_AGENT" "GUEST_SERVICES" false true null']
-TIMER_ARMED = "timer-armed 30 2 true"
 
 WORD = re.compile(r'[^ "]*"(?:[^"\\]|\\.)*"|[^ ]+')
 
@@ -72,9 +59,8 @@ class Model:
     def __init__(self):
         self.services = []
         self.now = 1709283600  # seconds since 1970
-        self.passed = 0  # of them, by steps that let time pass
         self.until_sweep = SWEEP_PERIOD
-        self.has_programming, self.has_forwarder, self.is_verbose = True, False, False
+        self.has_programming, self.has_forwarder = True, False
         self.level = "INFO"
         self.lines = []
 
@@ -181,8 +167,6 @@ class Model:
         elif name == "GET_SERVICE":
             service = self.find(id_param(params))
             self.say("answer " + service_as_xml(service, date_as_text) if service else "answer")
-        elif name == "GET_SERVICE_TYPES":
-            self.say(f"answer <service_types>{SERVICE_TYPES}</service_types>")
         else:
             raise AgentError(f"nothing is registered for {name}")
 
@@ -195,8 +179,7 @@ class Model:
         if code == "none":
             return
         if int(code) != ITEM_REMOVED:
-            name = EVENT_NAMES.get(int(code), "Unknown")
-            self.log("DEBUG", f'Services Agent: Unknown system event "{name}"')
+            self.log("DEBUG", 'Services Agent: Unknown system event "Unknown"')
         elif len(values) == 4 and values[2] == DEVICE_ITEM:
             for service in self.services:
                 if service.is_shortcut and service.target == int(values[0]):
@@ -207,7 +190,6 @@ class Model:
         units = {"h": 3600, "m": 60, "s": 1}
         seconds = sum(int(number) * units[unit]
                       for number, unit in re.findall("([0-9]+)([hms])", duration))
-        self.passed += seconds
         while seconds >= self.until_sweep:
             self.now += self.until_sweep
             seconds -= self.until_sweep
@@ -225,7 +207,6 @@ class Model:
             self.push_id("service_state_not_requested", service.id)
             self.log("INFO", f"Timer Expired on {service.name} state changed.")
             self.bound("SERVICE_STATE_NOT_REQUESTED", service.id)
-        self.say_verbosely(TIMER_ARMED)
 
     def clock(self, moment):
         self.now = to_seconds(int(part) for part in re.split("[-T:]", moment))
@@ -238,12 +219,10 @@ class Model:
         root = parse(text)
         if root is None and text != "none":
             raise AgentError("the state does not parse")
-        self.say_verbosely(*WITHDRAWN, *REGISTERED)
         self.services = []
         if root is not None:
             self.restore(root)
         self.until_sweep = SWEEP_PERIOD
-        self.say_verbosely(TIMER_ARMED)
 
     def restore(self, root):
         try:
@@ -260,9 +239,6 @@ class Model:
 
     def forwarder(self, switch):
         self.has_forwarder = switch == "on"
-
-    def verbose(self, switch):
-        self.is_verbose = switch == "on"
 
     def loglevel(self, level):
         self.level = level
@@ -300,10 +276,6 @@ class Model:
 
     def say(self, *lines):
         self.lines += lines
-
-    def say_verbosely(self, *lines):
-        if self.is_verbose:
-            self.say(*lines)
 
     def log(self, level, text):
         if LEVELS.index(level) >= LEVELS.index(self.level):

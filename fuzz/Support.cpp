@@ -9,6 +9,7 @@
 #include <limits>
 #include <utility>
 
+#include "host/session/StepTable.h"
 #include "host/session/Transcript.h"
 #include "platform/xml/XmlNode.h"
 #include "tests/support/Harness.h"
@@ -79,7 +80,7 @@ void CheckedSession::Run(const std::string& step) {
 }
 
 CheckedSession::Lines CheckedSession::RunStep(const std::string& step) {
-  session_.RunStep(step);
+  host::RunScenarioLine(session_, step);
   for (const std::string& line : lines_) RequireSound(line);
   return std::exchange(lines_, {});
 }

@@ -11,14 +11,33 @@
 
 #include "host/LiveHost.h"
 #include "host/engine/PluginLibrary.h"
+#include "host/session/Failure.h"
 #include "host/session/Replay.h"
+#include "host/session/Transcript.h"
+#include "host/web/Access.h"
 
 namespace {
+
+constexpr int kUsageError = 2;
 
 /// The plug-in that was built or installed with this program.
 std::string GetDefaultPlugin() {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   return (program.parent_path() / PLUGIN_FROM_BIN).lexically_normal().string();
+}
+
+std::string CheckName(const std::string& value) { return value.empty() ? "an empty name" : ""; }
+
+std::string CheckListen(const std::string& value) {
+  const auto failure = host::Try([&] {
+    if (value != "none") web::ParseListen(value);
+  });
+  return failure ? value + ": " + failure->reason : "";
+}
+
+std::string CheckProxyName(const std::string& value) {
+  const auto failure = host::Try([&] { web::Access({value}); });
+  return failure ? failure->reason : "";
 }
 
 void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
@@ -29,32 +48,63 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
       .add_option("--state", options.session.stateFile,
                   "Keep the agent's state in this file, and its previous version in FILE.backup; "
                   "without it, the state is not saved")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->check(CheckName);
   command
       .add_option("--listen", options.listen,
                   "Serve the pages there: a loopback address with a port (0 for any free port), or "
                   "none")
       ->type_name("ADDRESS:PORT")
+      ->check(CheckListen)
       ->capture_default_str();
   command
       .add_option("--allow-host", options.proxyNames,
                   "Also serve the pages under this host name, the one of a reverse proxy")
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->check(CheckProxyName);
   command
-      .add_option(
-          "--log-level", options.session.logLevel,
-          "The root logger's level: TRACE, DEBUG, INFO, WARN, ERROR, FATAL or OFF; INFO if no "
-          "option sets it")
-      ->type_name("LEVEL");
+      .add_option("--log-level", options.session.logLevel,
+                  "The root logger's level; INFO if no option sets it")
+      ->type_name("LEVEL")
+      ->check(CLI::IsMember({"TRACE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL", "OFF"}));
   command
       .add_option("--log-config", options.session.logConfig,
                   "Configure the log by this property file of log4cplus")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->check(CLI::Validator(CLI::ExistingFile).description(""));  // the type name says it
+}
+
+void AddReplayOptions(CLI::App& command, host::ReplayOptions& options) {
+  command.footer("A file passes if the lines that the host prints are those in the file.");
+  command.add_option("FILE", options.files, "Scenario files")->type_name("")->required();
+  command.add_flag("--update", options.update, "Rewrite the expected lines of the files");
+  command.add_flag("--show", options.show, "Print every line as it happens");
+  command.add_option("--junit", options.junitFile, "Write the results for a CI system")
+      ->type_name("FILE")
+      ->check(CheckName);
 }
 
 void AddCommonOptions(CLI::App& command, std::string& plugin, bool& isVerbose) {
-  command.add_option("--plugin", plugin, "The library to load")->capture_default_str();
+  command.add_option("--plugin", plugin, "The library to load")
+      ->type_name("FILE")
+      ->check(CheckName)
+      ->capture_default_str();
   command.add_flag("--verbose", isVerbose, "Also print registrations, bindings and timers");
+}
+
+/// Prints why the arguments are wrong; without arguments, how to use the program.
+int RefuseArguments(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+  if (argc <= 1) {
+    std::cerr << app.help();
+    return kUsageError;
+  }
+  const auto commands = app.get_subcommands();
+  std::string fault = error.what();
+  if (commands.empty()) fault = std::string(argv[1]) + " is no command; there are replay and run";
+  const std::string name = commands.empty() ? "" : commands.front()->get_name() + ' ';
+  std::cerr << "error: " << host::ToOneLine(fault) << "; see guest-services-host " << name
+            << "--help\n";
+  return kUsageError;
 }
 
 bool Replay(const std::string& plugin, const host::ReplayOptions& options) {
@@ -68,15 +118,18 @@ int Run(int argc, char** argv) {
   CLI::App app("Loads the Guest Services plug-in as the controller's host does, and drives it.");
   app.set_version_flag("--version", "guest-services-host " VERSION);
   app.require_subcommand(1);
+  app.footer(
+      "Examples:\n"
+      "  guest-services-host run                      a console, and pages in the browser\n"
+      "  guest-services-host run --state hotel.xml    keeps the state in that file\n"
+      "  guest-services-host replay scenarios/*.txt   runs the steps of these files\n"
+      "  guest-services-host run --help               lists the options of a command");
   std::string plugin = GetDefaultPlugin();
 
   host::ReplayOptions replay;
   CLI::App* const replayCommand = app.add_subcommand(
       "replay", "Replay scenario files and compare what happens with what they expect");
-  replayCommand->add_option("FILE", replay.files, "Scenario files")->required();
-  replayCommand->add_flag("--update", replay.update, "Rewrite the expected lines of the files");
-  replayCommand->add_flag("--show", replay.show, "Print every line as it happens");
-  replayCommand->add_option("--junit", replay.junitFile, "Write the results for a CI system");
+  AddReplayOptions(*replayCommand, replay);
   AddCommonOptions(*replayCommand, plugin, replay.verbose);
 
   host::LiveHost::Options live;
@@ -88,7 +141,12 @@ int Run(int argc, char** argv) {
   AddRunOptions(*runCommand, live);
   AddCommonOptions(*runCommand, live.session.plugin, live.session.verbose);
 
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const bool isWrong = error.get_exit_code() != EXIT_SUCCESS;  // --help and --version are not
+    return isWrong ? RefuseArguments(app, error, argc, argv) : app.exit(error);
+  }
 
   const bool isGood = replayCommand->parsed() ? Replay(plugin, replay) : host::LiveHost(live).Run();
   const bool isPrinted = std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
@@ -102,7 +160,7 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {
-    std::cerr << "error: " << error.what() << '\n';
+    std::cerr << "error: " << host::ToOneLine(error.what()) << '\n';
     return EXIT_FAILURE;
   }
 }

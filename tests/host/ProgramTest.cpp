@@ -184,11 +184,35 @@ TEST_F(Replay, FailsWhenNobodyCanReadItsOutput) {
   EXPECT_EQ(RunHost("run --listen none > /dev/full", "persist\n").exitCode, 1);
 }
 
-TEST(Program, NeedsACommand) {
-  for (const char* const arguments : {"", "fly", "replay", "replay --no-such-option x"}) {
-    EXPECT_GT(RunHost(arguments).exitCode, 0) << arguments;
+TEST(Program, RefusesWrongArgumentsInOneLine) {
+  const struct {
+    const char* arguments;
+    const char* fault;
+    const char* command;  // whose --help is named
+  } cases[] = {
+      {"fly", "fly is no command; there are replay and run", ""},
+      {"--verbose", "--verbose is no command; there are replay and run", ""},
+      {"replay", "FILE is required", "replay "},
+      {"replay --no-such-option x", "The following argument was not expected: --no-such-option",
+       "replay "},
+      {"replay --junit '' x", "--junit: an empty name", "replay "},
+      {"run 'a\nb'", "The following argument was not expected: a\\nb", "run "},
+      {"run --state a --state b", "--state: At Most 1 required but received 2", "run "},
+      {"run --state ''", "--state: an empty name", "run "},
+      {"run --listen foo", "--listen: foo: not ADDRESS:PORT, such as 127.0.0.1:8080, or none",
+       "run "},
+      {"run --allow-host 'a b'", "--allow-host: a b: not a host's name", "run "},
+      {"run --log-level LOUD", "--log-level: LOUD not in {TRACE,DEBUG,INFO,WARN,ERROR,FATAL,OFF}",
+       "run "},
+      {"run --log-config /", "--log-config: File is actually a directory: /", "run "},
+  };
+  for (const auto& [arguments, fault, command] : cases) {
+    Expect(std::string(arguments) + " 2>&1 > /dev/null #", 2,
+           std::string("error: ") + fault + "; see guest-services-host " + command + "--help\n");
   }
-  EXPECT_EQ(RunHost("--help").exitCode, 0);
+  const auto help = RunHost("--help");
+  EXPECT_EQ(help.exitCode, 0);
+  Expect("2>&1 > /dev/null #", 2, help.output);
 }
 
 TEST(Program, SaysWhyItsPluginCannotBeLoaded) {

@@ -59,6 +59,11 @@ boost::shared_ptr<qx::XmlNode> QxBaseDriver::UIRequest(const ICmdMessage& messag
   return uiCmdDispatcher_.Dispatch(message);
 }
 
+boost::shared_ptr<qx::XmlNode> QxBaseDriver::UIRequest(const ICmdMessage& message,
+                                                       qx::response::IResponse&) {
+  return uiCmdDispatcher_.Dispatch(message);
+}
+
 void QxBaseDriver::OnTimerExpired(ID::Timer, time_t) {}
 
 int QxBaseDriver::Initialize(unsigned int, boost::shared_ptr<qx::XmlNode>&,

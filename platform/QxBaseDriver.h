@@ -28,8 +28,13 @@ class PLATFORM_API IDriver {
   /// Hands over an ordinary command. `answer` belongs to the host and may be null.
   virtual void ExecuteCommand(const ICmdMessage& message, ICmdReturn* answer,
                               unsigned int source) = 0;
-  /// Hands over a user-interface request and returns its answer.
+  /// Hands over a user-interface request and returns its answer. Throws `qx::UnknownCommand` when
+  /// no handler is registered for the message's name.
   virtual boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message) = 0;
+  /// The same, with the channel that the request came in on. `response` belongs to the host and is
+  /// valid during the call.
+  virtual boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message,
+                                                   qx::response::IResponse& response) = 0;
   virtual void OnTimerExpired(ID::Timer timer, time_t now) = 0;
   /// Starts the driver; `state` is what it last persisted, or empty.
   virtual int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
@@ -55,6 +60,9 @@ class PLATFORM_API QxBaseDriver : public IDriver {
   boost::shared_ptr<qx::XmlNode> GetPersistXml() override;
   void ExecuteCommand(const ICmdMessage& message, ICmdReturn* answer, unsigned int source) override;
   boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message) override;
+  /// Calls the same handler and does not use `response`.
+  boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message,
+                                           qx::response::IResponse& response) override;
   void OnTimerExpired(ID::Timer timer, time_t now) override;
   int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
                  boost::shared_ptr<qx::XmlNode> state) override;

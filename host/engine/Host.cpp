@@ -194,8 +194,8 @@ std::int64_t Host::CurrentTime() const {
 
 void Host::OnLogRecord(const qx::LogRecord& record) { listener_.OnHostCall(Log{record}); }
 
-void Host::OnAssertion(const char* file, int, const qx::StackTrace&) {
-  listener_.OnHostCall(Assertion{file});
+void Host::OnAssertion(const char* file, int line, const qx::StackTrace& trace) {
+  listener_.OnHostCall(Assertion{file, line, trace});
 }
 
 // IProgrammingManager

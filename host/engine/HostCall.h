@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "platform/IHost.h"
+#include "platform/Logger.h"
 
 namespace host {
 
@@ -78,12 +79,19 @@ struct Log {
 };
 struct Assertion {
   std::string_view file;
+  int line;
+  const qx::StackTrace& trace;
 };
 
 using HostCall =
     std::variant<InterfaceLookUp, InterfaceRegistered, InterfaceWithdrawn, Listening,
                  ListeningEnded, BindingAdded, BindingRemoved, TimerArmed, TimerKilled, Push, Bound,
                  Fire, Forward, ProgrammingOwned, ProgrammingItem, OwnerRemoved, Log, Assertion>;
+
+/// Returns the place and the call stack of a failed assertion: "assertion failed at FILE:LINE", and
+/// a line for each frame with the library, the offset in it and the address, the innermost frame
+/// first.
+std::string DescribeAssertion(const Assertion& assertion);
 
 /// Receives every call before the host carries it out. An exception makes the call fail. It may
 /// make re-entrant calls of the host.

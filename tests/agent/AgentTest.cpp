@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -97,6 +98,25 @@ TEST(Agent, PassesTheSameDetailsInEveryCall) {
                          "20000 INFO ServicesAgent, void ServicesAgent::",
                          "40000 ERROR ServicesAgent, void ServicesAgent::", "bound call of kind 2",
                          "timer killed, id cleared"}));
+}
+
+TEST(Agent, WritesAssertionsWithLineAndStack) {
+  const host::PluginLibrary plugin(PLUGIN_PATH);
+  World world(plugin, Stage::kRunning);
+  world.GetHost().SetProgrammingManager(false);
+  std::vector<std::string> descriptions;
+  world.onHostCall = [&](const host::HostCall& call) {
+    const auto* const assertion = std::get_if<host::Assertion>(&call);
+    if (assertion != nullptr) descriptions.push_back(host::DescribeAssertion(*assertion));
+  };
+  world.Run("REMOVE_SERVICE id=2");
+  ASSERT_EQ(descriptions.size(), 2U);  // one for each removal of programming
+  for (const std::string& description : descriptions) {
+    EXPECT_TRUE(
+        std::regex_search(description, std::regex("^assertion failed at ServicesAgent:[1-9][0-9]*\n"
+                                                  "[^]*\n  .*/guest-services-agent\\.so\\(\\+0x")))
+        << description;
+  }
 }
 
 }  // namespace

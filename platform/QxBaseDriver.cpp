@@ -47,6 +47,10 @@ QxBaseDriver::QxBaseDriver(IInstanceManager& instanceManager, QxDriverType type,
 
 QxBaseDriver::~QxBaseDriver() = default;
 
+QxDriverType QxBaseDriver::GetDriverType() const { return type_; }
+
+DriverMultiplicity QxBaseDriver::GetMultiplicity() const { return multiplicity_; }
+
 void QxBaseDriver::LateInitialize() {}
 
 boost::shared_ptr<qx::XmlNode> QxBaseDriver::GetPersistXml() { return {}; }

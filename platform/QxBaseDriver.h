@@ -68,8 +68,8 @@ class PLATFORM_API QxBaseDriver : public IDriver {
                  boost::shared_ptr<qx::XmlNode> state) override;
 
   // As given to the constructor.
-  QxDriverType GetDriverType() const { return type_; }
-  DriverMultiplicity GetMultiplicity() const { return multiplicity_; }
+  QxDriverType GetDriverType() const;
+  DriverMultiplicity GetMultiplicity() const;
 
  protected:
   /// Throws `std::runtime_error` when `instanceManager`, which must outlive the driver, knows no

@@ -101,8 +101,7 @@ TEST(Agent, PassesTheSameDetailsInEveryCall) {
 }
 
 TEST(Agent, WritesAssertionsWithLineAndStack) {
-  const host::PluginLibrary plugin(PLUGIN_PATH);
-  World world(plugin, Stage::kRunning);
+  World world(Stage::kRunning);
   world.GetHost().SetProgrammingManager(false);
   std::vector<std::string> descriptions;
   world.onHostCall = [&](const host::HostCall& call) {

@@ -58,10 +58,16 @@ std::vector<std::string> FindAll(const std::string& text, const char* expression
 
 TEST(Docs, ScenariosReplay) {
   const test::Zone utc("UTC");
-  for (const auto& [text, page] : FindBlocks("scenario")) {
-    const auto scenario = host::Scenario::Parse(text, page);
-    const auto replayed = host::ReplayScenario(test::GetPlugin(), scenario, false, nullptr);
-    EXPECT_EQ(replayed.GetLines(), scenario.GetLines()) << page;
+  const std::string hotel = test::ReadFile(kRoot / "host/sample-hotel.xml");
+  const std::pair<const char*, std::string> kinds[] = {
+      {"scenario", ""},
+      {"hotel", "> restart state='" + std::regex_replace(hotel, std::regex("\n *"), "") + "'\n"}};
+  for (const auto& [kind, start] : kinds) {
+    for (const auto& [text, page] : FindBlocks(kind)) {
+      const auto scenario = host::Scenario::Parse(start + text, page);
+      const auto replayed = host::ReplayScenario(test::GetPlugin(), scenario, false, nullptr);
+      EXPECT_EQ(replayed.GetLines(), scenario.GetLines()) << page;
+    }
   }
 }
 

@@ -53,6 +53,8 @@ LiveSession::LiveSession(const Options& options, std::function<Moment()> now)
     Apply("--log-level", options.logLevel, [&] { qx::SetLogLevel(options.logLevel); });
   }
   session_->SetVerbose(options.verbose);
+  session_->SetAssertionLog(
+      [](const Assertion& assertion) { qx::WriteHostError(DescribeAssertion(assertion)); });
   if (options.verbose) record_.NoteSetting(ParseStep("verbose on"));
 }
 

@@ -72,6 +72,8 @@ void Session::Answer(const std::string& text) { sink_(FormatAnswer(text)); }
 void Session::Report(const Failure& failure) { sink_(FormatError(failure.reason)); }
 
 void Session::OnHostCall(const HostCall& call) {
+  const auto* const assertion = std::get_if<Assertion>(&call);
+  if (assertion != nullptr && logAssertion_) logAssertion_(*assertion);
   if (!verbose_ && IsVerbose(call)) return;
   const std::string line = FormatLine(call);
   if (!line.empty()) sink_(line);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "host/engine/Clock.h"
 #include "host/engine/Host.h"
@@ -29,6 +30,10 @@ class Session : private IHostListener {
   Session& operator=(const Session&) = delete;
 
   Host& GetHost() { return host_; }
+  /// Calls `log` with every assertion, besides its line, which has no place and no call stack.
+  void SetAssertionLog(std::function<void(const Assertion&)> log) {
+    logAssertion_ = std::move(log);
+  }
   Clock& GetClock() { return clock_; }
   /// Whether registrations, bindings and timers become lines, too.
   void SetVerbose(bool verbose) { verbose_ = verbose; }
@@ -65,6 +70,7 @@ class Session : private IHostListener {
   const PluginLibrary* plugin_;
   Clock& clock_;
   LineSink sink_;
+  std::function<void(const Assertion&)> logAssertion_;
   bool verbose_ = false;
   Host host_;
 };

@@ -180,6 +180,27 @@ TEST_F(Live, ReloadsWithoutLosingTheState) {
   EXPECT_EQ(session.GetNotices().size(), 1U);
 }
 
+TEST_F(Live, LogsThePlaceAndTheStackOfAnAssertion) {
+  const fs::path log = folder_ / "log";
+  test::WriteFile(folder_ / "log.properties",
+                  "log4cplus.rootLogger=INFO, FILE\n"
+                  "log4cplus.appender.FILE=log4cplus::FileAppender\n"
+                  "log4cplus.appender.FILE.File=" +
+                      log.string() + "\n");
+  host::LiveSession::Options options;
+  options.plugin = PLUGIN_PATH;
+  options.logConfig = folder_ / "log.properties";
+  host::LiveSession session(options, [this] { return now_; });
+  session.Start();
+  Run(session, "programming off");
+  Run(session, "ADD_SERVICE");
+  EXPECT_NE(Join(Run(session, "REMOVE_SERVICE id=1")).find("\nassert ServicesAgent\n"),
+            std::string::npos);
+  const std::string text = test::ReadFile(log);
+  EXPECT_NE(text.find("assertion failed at ServicesAgent:"), std::string::npos) << text;
+  EXPECT_NE(text.find("guest-services-agent.so"), std::string::npos) << text;
+}
+
 TEST_F(Live, ExportsWhatReplays) {
   const char* const steps[] = {"ADD_SERVICE name='Fit for a \"King\"' delay=1",
                                "ADD_SERVICE delay=0",

@@ -16,8 +16,8 @@ bool IsText(pugi::xml_node node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-/// Whether the text contains a reference to the character 0 or to one beyond U+10FFFF, also in a
-/// comment or a CDATA section. The parser would end the text there or decode another character.
+/// Whether the text contains a reference to the character 0 or to one beyond U+10FFFF. The parser
+/// would end the text there or decode another character.
 bool RefersToNoCharacter(std::string_view text) {
   constexpr std::string_view kReference = "&#";
   constexpr std::uint32_t kLastCharacter = 0x10FFFF;
@@ -33,6 +33,28 @@ bool RefersToNoCharacter(std::string_view text) {
     if (error != std::errc() || character == 0 || character > kLastCharacter) return true;
   }
   return false;
+}
+
+/// Whether the parser would decode such a reference. It decodes none in comments and CDATA
+/// sections.
+bool DecodesNoCharacter(std::string_view text) {
+  struct Walker : pugi::xml_tree_walker {
+    bool for_each(pugi::xml_node& node) override {
+      isFound = node.type() == pugi::node_pcdata && RefersToNoCharacter(node.value());
+      for (const pugi::xml_attribute attribute : node.attributes()) {
+        isFound = isFound || RefersToNoCharacter(attribute.value());
+      }
+      return !isFound;
+    }
+    bool isFound = false;
+  };
+  pugi::xml_document document;
+  const pugi::xml_parse_result result = document.load_buffer(
+      text.data(), text.size(), kParseOptions & ~pugi::parse_escapes, pugi::encoding_utf8);
+  if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
+  Walker walker;
+  document.traverse(walker);
+  return walker.isFound;
 }
 
 /// The first element among `node` and the siblings after it; null when there is none.
@@ -91,7 +113,8 @@ void AppendElement(Markup& out, pugi::xml_node element) {
 }  // namespace
 
 bool ParsedText::Parse(std::string_view text, bool keepBlanks) {
-  if (text.find('\0') != std::string_view::npos || RefersToNoCharacter(text)) return false;
+  if (text.find('\0') != std::string_view::npos) return false;
+  if (RefersToNoCharacter(text) && DecodesNoCharacter(text)) return false;
   text_ = text;
   const unsigned options = keepBlanks ? kParseOptions | pugi::parse_ws_pcdata : kParseOptions;
   // The size includes the NUL at the end. Otherwise the parser would overwrite the last character

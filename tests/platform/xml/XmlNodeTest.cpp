@@ -168,6 +168,7 @@ TEST(XmlDocument, IsOneElementAndNothingButCommentsAfterIt) {
                {"<a x='&lt;&#65;&#x42;&quot;'/>", "<a x=\"&lt;AB&quot;\"/>"},
                {"<a>&#x10FFFF;&#;&#x;&#0</a>", "<a>\U0010FFFF&amp;#;&amp;#x;&amp;#0</a>"},
                {"<a><![CDATA[<b>&]]></a>", "<a>&lt;b&gt;&amp;</a>"},
+               {"<a><![CDATA[&#0;]]><!-- &#0; --></a>", "<a>&amp;#0;</a>"},
                {"<a>x<b/>y<?pi?><!-- c -->z</a>", "<a>x<b/>yz</a>"},
                {"<a>\r\n x\r\n</a>", "<a>&#10; x&#10;</a>"},
                {"<a> <b/> </a>", "<a><b/></a>"},
@@ -183,7 +184,8 @@ TEST(XmlDocument, IsOneElementAndNothingButCommentsAfterIt) {
       "<a", "<a>", "<a></b>", "<a><b></a></b>", "<a x/>", "<a x=1/>", "<a x='1/>", "<a><!-- </a>",
       "<a><![CDATA[</a>",
       // A reference to no character.
-      "<a>&#0;</a>", "<a x='&#x00;'/>", "<a>&#1114112;</a>", "<a>&#4294967361;</a>"};
+      "<a>&#0;</a>", "<a x='&#x00;'/>", "<a>&#1114112;</a>", "<a>&#4294967361;</a>",
+      "<a x='<!--'>&#0;<!-- --></a>"};
   for (const char* const text : bad) EXPECT_EQ(Parsed(text), kNothing) << text;
 }
 

@@ -1,3 +1,4 @@
+// Built with 64-bit time functions on every machine, so that 32-bit ones count past 2038.
 #include "host/live/StateFile.h"
 
 #include <fcntl.h>
@@ -10,6 +11,8 @@
 #include <system_error>
 
 #include "host/engine/File.h"
+
+static_assert(sizeof(std::time_t) == 8, "this file needs the C library's 64-bit time functions");
 
 namespace host {
 namespace {

@@ -11,7 +11,7 @@
 
 namespace qx {
 
-/// A command arrived that nothing is registered for.
+/// No handler is registered for a command.
 class PLATFORM_API UnknownCommand : public std::runtime_error {
  public:
   explicit UnknownCommand(const std::string& name);
@@ -43,7 +43,9 @@ class PLATFORM_API CmdDispatcher {
   std::map<std::string, Handler2> handlers_;
 };
 
-/// The same for user-interface requests; the handler's element is the answer.
+/// A driver's table from command name to handler, for user-interface requests. A handler returns
+/// the element that answers the request. A name can be registered once; a second registration
+/// throws `std::logic_error`.
 class PLATFORM_API UICmdDispatcher {
  public:
   using Handler = boost::function<boost::shared_ptr<qx::XmlNode>(const ICmdMessage&)>;
@@ -55,6 +57,8 @@ class PLATFORM_API UICmdDispatcher {
 
   void RegisterUICmd(const std::string& name, Handler handler);
 
+  /// Calls the handler of the message's name and returns its answer. Throws `qx::UnknownCommand`
+  /// when there is none.
   boost::shared_ptr<qx::XmlNode> Dispatch(const ICmdMessage& message) const;
 
  private:

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the layer asks of the host that stands behind it. Plug-ins do not include this header.
+// What every host must implement. Plug-ins do not include this header.
 
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
@@ -17,6 +17,7 @@ namespace qx {
 class StackTrace;
 class XmlNode;
 
+/// A record that a plug-in or the host wrote to log4cplus's root logger.
 struct LogRecord {
   int level;              // log4cplus's number
   std::string levelName;  // "INFO"
@@ -26,9 +27,10 @@ struct LogRecord {
   std::string function;
 };
 
-/// The services of the host that the base driver class hands on to. The host registers itself
-/// under `kInterfaceId` with the instance manager that it constructs its drivers with. Every
-/// operation is a [call out]; what it throws passes through the driver to whoever called it.
+/// What the base driver class asks of the host. The host registers itself under `kInterfaceId` with
+/// the instance manager that it gives to its drivers, and outlives them. Every operation is a
+/// [call out]; an exception passes through the driver to the caller of the driver. Arguments belong
+/// to the driver and are valid during the call, unless a comment says otherwise.
 class PLATFORM_API IHost {
  public:
   static constexpr const char* kInterfaceId = "6B1D6A52-3C0E-4C55-9A0B-6F5E0F0F7A11";
@@ -37,15 +39,17 @@ class PLATFORM_API IHost {
 
   virtual ~IHost();
 
-  /// Has `driver.OnTimerExpired` called once, `period` units from now. Returns the timer's id,
-  /// never 0. A host may refuse a unit other than seconds, and a timer with `once` false, which
-  /// would expire every `period` units.
+  /// Arms a timer that calls `driver.OnTimerExpired` once, `period` units from now. Returns the
+  /// timer's id, never 0. A host may refuse a unit other than seconds, and a timer with `once`
+  /// false, which would expire every `period` units.
   virtual ID::Timer AddTimer(IDriver& driver, unsigned int period, unsigned int unit,
                              bool once) = 0;
   /// Cancels a timer; harmless if it does not exist. With `clear`, the driver's id of it becomes 0
   /// afterwards.
   virtual void KillTimer(ID::Timer timer, bool clear) = 0;
 
+  /// Creates a binding, which `SendBoundCall` can name from then on. `text` may be null. The host
+  /// defines what `type` and the flags mean.
   virtual void AddDynamicBinding(unsigned int id, BindingType type, bool first,
                                  const std::string& name, const std::string& bindingClass,
                                  bool second, bool third, const char* text) = 0;
@@ -62,9 +66,11 @@ class PLATFORM_API IHost {
   /// Removes the host's entries that belong to that owner.
   virtual void EmRemoveByOwner(unsigned int id, CI_OWNER_ID_TYPE ownerType) = 0;
 
-  /// Has `listener` called for that event until `UnregisterListener` returns.
+  /// Calls `listener`, which belongs to the driver, for each event with that code until
+  /// `UnregisterListener` returns.
   virtual void RegisterListener(ISystemEventCallback& listener, SystemEventData::Code code,
                                 unsigned int argument) = 0;
+  /// Takes the arguments of the registration. Harmless if there is none.
   virtual void UnregisterListener(ISystemEventCallback& listener, SystemEventData::Code code,
                                   unsigned int argument) = 0;
 
@@ -73,14 +79,16 @@ class PLATFORM_API IHost {
 
   /// Seconds since 1970-01-01 00:00:00 UTC. Does not fail.
   virtual std::int64_t CurrentTime() const = 0;
+  /// Receives every record of the root logger whose level is enabled.
   virtual void OnLogRecord(const LogRecord& record) = 0;
+  /// Receives a failed assertion; the driver goes on after the call.
   virtual void OnAssertion(const char* file, int line, const StackTrace& trace) = 0;
 };
 
-/// The host that the time, the log and the assertions of this process go to; null when none is
-/// attached. [any time]
+/// Returns the host that gives the time and receives the log and the assertions of this process;
+/// null when none is attached. [any time]
 PLATFORM_API IHost* GetCurrentHost();
-/// Attaches `host`, which must stay alive until another or null is attached in its place.
+/// Attaches `host`, which must stay alive until another host or null is attached. [any time]
 PLATFORM_API void SetCurrentHost(IHost* host);
 
 }  // namespace qx

@@ -4,7 +4,7 @@
 
 #include "platform/Types.h"
 
-/// The host's registry of named interface instances. The instances are not owned by it. [call out]
+/// The host's registry of named interface instances. It does not own the instances. [call out]
 class PLATFORM_API IInstanceManager {
  public:
   virtual ~IInstanceManager();
@@ -23,8 +23,10 @@ class PLATFORM_API IProgrammingManager {
  public:
   virtual ~IProgrammingManager();
 
+  /// Removes the programming of `item` that belongs to that owner type.
   virtual void RemoveOwnedProgramming(unsigned int deviceId, ID::Item item,
                                       CI_OWNER_ID_TYPE ownerType) = 0;
+  /// Removes the programming that refers to `item`.
   virtual void RemoveItemProgramming(unsigned int deviceId, ID::Item item) = 0;
 };
 
@@ -34,5 +36,6 @@ class PLATFORM_API IRequestForwarder {
  public:
   virtual ~IRequestForwarder();
 
+  /// Receives the request code of a service that a guest requested, and the name of the agent.
   virtual void ForwardRequest(const std::string& source, const std::string& requestCode) = 0;
 };

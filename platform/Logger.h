@@ -7,16 +7,18 @@
 
 namespace qx {
 
-/// Sets up log4cplus's root logger so that its records reach the host. [any time]
+/// Gives log4cplus's root logger the appender that hands records to the current host. [any time]
 class PLATFORM_API Logger {
  public:
   static bool hasBeenInitialized;
 
-  /// Harmless when repeated.
+  /// Adds the appender and sets the flag. Does nothing when the flag is set. Throws
+  /// `std::bad_alloc`.
   static void initialize();
 };
 
-/// The call stack at the place where it is made. Needs no memory and does not fail.
+/// The call stack at the place of its construction, up to 32 frames. Allocates no memory and does
+/// not fail. [any time]
 class PLATFORM_API StackTrace {
  public:
   StackTrace();
@@ -31,7 +33,8 @@ class PLATFORM_API StackTrace {
   std::size_t size_;
 };
 
-/// Writes an assertion record and returns. [call out]
+/// Hands a failed assertion to the current host, or writes a line to standard error when no host is
+/// attached, and returns. [call out]
 PLATFORM_API void AssertWrite(const char* file, int line, const StackTrace& trace);
 
 }  // namespace qx

@@ -14,20 +14,22 @@ class PLATFORM_API ICmdMessage {
   /// The value of parameter `name`; "" when it is absent. `GetParamText` gives the same.
   virtual std::string GetParam(const std::string& name) const = 0;
   virtual std::string GetParamText(const std::string& name) const = 0;
-  /// The value read as `qx::ToInt` reads it; 0 when the parameter is absent.
+  /// The value as a number, read as `qx::ToInt` reads it; 0 when the parameter is absent.
   virtual int GetParamInt(const std::string& name) const = 0;
   virtual const std::string& GetName() const = 0;
 };
 
-/// Takes the answer of a command. Owned by the host; a driver only passes it on.
+/// Receives the answer of a command. Belongs to the host and is valid during the host call that
+/// hands it over; a driver only passes it on. [call out]
 class PLATFORM_API ICmdReturn {
  public:
   virtual ~ICmdReturn();
 
+  /// Stores the answer, in place of an earlier one.
   virtual void SetValue(const std::string& value) = 0;
 };
 
-/// A bound call under construction: what is sent to the devices bound to a binding.
+/// A bound call: a call name and typed, named parameters, for the devices on a binding. [any time]
 class PLATFORM_API IBindMessage {
  public:
   struct Param {

@@ -16,16 +16,19 @@ namespace qx {
 class IHost;
 }
 
-/// How the host drives a driver. Every operation, the destructor included, is a [host call]; what
-/// a driver throws reaches the host.
+/// The interface by which the host drives a driver. The host owns the driver and deletes it through
+/// this interface. Every operation, the destructor included, is a [host call]; exceptions of the
+/// driver reach the host.
 class PLATFORM_API IDriver {
  public:
   virtual ~IDriver();
 
+  /// Ends the start-up, after `Initialize`.
   virtual void LateInitialize() = 0;
   /// The state to persist, as a new element.
   virtual boost::shared_ptr<qx::XmlNode> GetPersistXml() = 0;
-  /// Hands over an ordinary command. `answer` belongs to the host and may be null.
+  /// Hands over an ordinary command. `answer` belongs to the host and may be null. Throws
+  /// `qx::UnknownCommand` when no handler is registered for the message's name.
   virtual void ExecuteCommand(const ICmdMessage& message, ICmdReturn* answer,
                               unsigned int source) = 0;
   /// Hands over a user-interface request and returns its answer. Throws `qx::UnknownCommand` when
@@ -35,21 +38,24 @@ class PLATFORM_API IDriver {
   /// valid during the call.
   virtual boost::shared_ptr<qx::XmlNode> UIRequest(const ICmdMessage& message,
                                                    qx::response::IResponse& response) = 0;
+  /// Tells that a timer of the driver expired, and the current time in seconds since 1970.
   virtual void OnTimerExpired(ID::Timer timer, time_t now) = 0;
-  /// Starts the driver; `state` is what it last persisted, or empty.
+  /// Starts the driver. `state` is the element that `GetPersistXml` gave last, or empty.
   virtual int Initialize(unsigned int id, boost::shared_ptr<qx::XmlNode>& project,
                          boost::shared_ptr<qx::XmlNode> state) = 0;
 };
 
-/// The functions that a plug-in exports, by these names.
+/// The factory, and the two functions that a plug-in exports: `GetAgentName` appends the agent's
+/// name, `GetCreationFunc` returns the factory. The factory returns a new agent, which the caller
+/// owns. [host call]
 extern "C" {
 using CreationFunc = IDriver* (*)(IInstanceManager&);
 using GetAgentNameFunc = void (*)(std::vector<std::string>& names);
 using GetCreationFuncFunc = CreationFunc (*)();
 }
 
-/// The base of every driver. It does nothing itself: what a driver asks of it goes to the
-/// `qx::IHost` that the instance manager knows.
+/// The base class of every driver. It keeps the dispatchers; every other operation that a driver
+/// calls goes on to the `qx::IHost` that the instance manager has.
 class PLATFORM_API QxBaseDriver : public IDriver {
  public:
   ~QxBaseDriver() override;
@@ -72,8 +78,8 @@ class PLATFORM_API QxBaseDriver : public IDriver {
   DriverMultiplicity GetMultiplicity() const;
 
  protected:
-  /// Throws `std::runtime_error` when `instanceManager`, which must outlive the driver, knows no
-  /// host.
+  /// `instanceManager` must outlive the driver. Throws `std::runtime_error` when no host is
+  /// registered with it.
   QxBaseDriver(IInstanceManager& instanceManager, QxDriverType type,
                DriverMultiplicity multiplicity);
 

@@ -15,15 +15,15 @@ class PLATFORM_API QxTime {
   /// From seconds since 1970-01-01 00:00:00 UTC, 64 bits wide whatever the width of `long`.
   explicit QxTime(const long& seconds);
   explicit QxTime(const long long& seconds);
-  /// Without it an `int` would be ambiguous between the two.
+  /// The same from an `int`, which would be ambiguous between the two.
   explicit QxTime(int seconds);
 
-  /// The current time by the host's clock, or by the system's where no host is attached.
+  /// The current time by the host's clock, or by the system's clock when no host is attached.
   static QxTime GetCurrentTime();
 
-  /// Seconds since 1970-01-01 00:00:00 UTC. A time that the zone skips counts on from before the
-  /// gap; of a time that the zone repeats the first is meant, unless the object was made from
-  /// seconds.
+  /// Seconds since 1970-01-01 00:00:00 UTC. A time that daylight saving time skips counts on from
+  /// before the gap. A time that it repeats is the first of the two, unless the object was made
+  /// from seconds.
   std::int64_t GetTime() const;
 
   int GetYear() const;

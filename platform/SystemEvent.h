@@ -48,7 +48,8 @@ extern template class PLATFORM_API
 
 namespace response {
 
-/// The response channel that is passed along with a system event.
+/// The response channel that comes with a system event or a user-interface request. It has no
+/// operations here.
 class PLATFORM_API IResponse {
  public:
   virtual ~IResponse();
@@ -57,12 +58,13 @@ class PLATFORM_API IResponse {
 }  // namespace response
 }  // namespace qx
 
-/// Hears of system events. [host call]
+/// Receives system events. [host call]
 class PLATFORM_API ISystemEventCallback {
  public:
   virtual ~ISystemEventCallback();
 
-  /// `data` belongs to the host and is valid during the call; it may be null.
+  /// Called for each event that the listener is registered for. `data` belongs to the host and is
+  /// valid during the call; it may be null.
   virtual void OnSystemEvent(const qx::response::IResponse& response,
                              const qx::SystemEventData* data) = 0;
 };

@@ -58,7 +58,7 @@ Scenario Scenario::Parse(std::string_view text, const std::string& path) {
   }
   scenario.endsLastLine_ = !text.empty() && text.back() == '\n';
   for (int number = 1; !text.empty(); ++number) {
-    const auto fail = [&](const std::string& fault) {
+    const auto fail = [&](const char* fault) {
       throw std::runtime_error(path + ':' + std::to_string(number) + ": " + fault);
     };
     std::string_view line = text.substr(0, text.find('\n'));

@@ -3,15 +3,9 @@
 #include <elf.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
-#include <system_error>
 
 namespace host {
 namespace {
@@ -57,6 +51,9 @@ class Reader {
     if (header.e_phentsize != sizeof(Segment)) {
       throw std::runtime_error("the program headers have an unknown size");
     }
+    // Nothing of the sections is loaded, but they stand at the end: a copy that is not complete
+    // lacks them.
+    Slice(file, header.e_shoff, header.e_shnum * std::uint64_t{header.e_shentsize});
     segments_ =
         Copy<Segment>(Slice(file, header.e_phoff, header.e_phnum * std::uint64_t{sizeof(Segment)}));
     for (const Segment& segment : segments_) {
@@ -120,18 +117,6 @@ class Reader {
 };
 
 }  // namespace
-
-std::string ReadRegularFile(const std::string& path) {
-  std::error_code error;
-  const auto status = std::filesystem::status(path, error);
-  if (error) throw std::runtime_error("cannot read it: " + error.message());
-  if (!std::filesystem::is_regular_file(status)) throw std::runtime_error("not a regular file");
-  std::ifstream file(path, std::ios::binary);
-  std::string content;
-  if (file) content.assign(std::istreambuf_iterator<char>(file), {});
-  if (!file) throw std::runtime_error("cannot read it: " + std::string(std::strerror(errno)));
-  return content;
-}
 
 std::vector<std::string_view> FindNeededLibraries(std::string_view file) {
   const std::string_view magic(ELFMAG, SELFMAG);

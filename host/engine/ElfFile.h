@@ -6,16 +6,13 @@
 
 namespace host {
 
-/// Reads the regular file at `path`, as a whole. Throws `std::runtime_error` that says why the file
-/// cannot be read.
-std::string ReadRegularFile(const std::string& path);
-
 /// Returns the names of the libraries that a shared library needs, its DT_NEEDED entries, in the
 /// order in which they stand. `file` is the content of a 32-bit or 64-bit ELF file of this
 /// machine's byte order; the names are views of it. Finds what the dynamic linker finds: by the
 /// segments, not by the sections. Reads nothing outside `file`, whatever its bytes are. Throws
 /// `std::runtime_error` that names the fault when `file` is no such ELF file, is truncated within a
-/// segment that is loaded, or refers to bytes that no such segment has.
+/// segment that is loaded or before the end of the section headers, or refers to bytes that no such
+/// segment has.
 std::vector<std::string_view> FindNeededLibraries(std::string_view file);
 
 }  // namespace host

@@ -1,15 +1,15 @@
 #include "host/engine/PluginLibrary.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
+#include <boost/algorithm/string/replace.hpp>
 #include <string_view>
-#include <vector>
+#include <system_error>
 
 #include "host/engine/ElfFile.h"
+#include "host/engine/File.h"
 
 namespace host {
 namespace {
@@ -24,13 +24,12 @@ Function FindFunction(void* handle, const std::string& path, const char* name) {
 /// Refuses a plug-in that was linked with another version of the platform layer than this host,
 /// before the dynamic linker loads that version beside this host's. Another layer has another name,
 /// and a plug-in that leaves its layer's names open needs none.
-void CheckLayer(const std::string& path) {
+void CheckLayer(const std::string& file, const std::string& path) {
   constexpr std::string_view kEnding = ".so";
   constexpr std::string_view kSoname = PLATFORM_SONAME;
   constexpr std::string_view kLayer = kSoname.substr(0, kSoname.find(kEnding) + kEnding.size());
   std::string other;
   try {
-    const std::string file = ReadRegularFile(path);
     for (const std::string_view library : FindNeededLibraries(file)) {
       if (library.substr(0, kLayer.size()) == kLayer && library != kSoname) other = library;
     }
@@ -45,21 +44,43 @@ void CheckLayer(const std::string& path) {
 
 }  // namespace
 
+PluginLibrary::Copy::Copy(const std::string& content)
+    : file_(memfd_create("plug-in", MFD_CLOEXEC)) {
+  if (file_ < 0) ThrowFileError("make", "a copy in memory");
+  // With the process's number, so that a debugger finds it, too.
+  path_ = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file_);
+  try {
+    WriteFile(path_, content, FileMode::kTruncate);
+  } catch (const std::system_error&) {
+    close(file_);
+    throw;
+  }
+}
+
+PluginLibrary::Copy::~Copy() { close(file_); }
+
 void PluginLibrary::Unload::operator()(void* handle) const { dlclose(handle); }
 
 PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
-  CheckLayer(path);
-  // With a slash, so that the library search path is not consulted.
-  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
-  handle_.reset(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (!handle_) throw PluginError("cannot load the plug-in: " + std::string(dlerror()));
+  try {
+    const std::string file = ReadRegularFile(path);
+    CheckLayer(file, path);
+    copy_.emplace(file);
+  } catch (const PluginError&) {
+    throw;
+  } catch (const std::runtime_error& error) {
+    throw PluginError(std::string("cannot load the plug-in: ") + error.what());
+  }
+  handle_.reset(dlopen(copy_->GetPath().c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!handle_) {
+    throw PluginError("cannot load the plug-in: " + WithOriginalPath(dlerror()));
+  }
   const auto getNames = FindFunction<GetAgentNameFunc>(handle_.get(), path_, "GetAgentName");
   const auto getFactory =
       FindFunction<GetCreationFuncFunc>(handle_.get(), path_, "GetCreationFunc");
   // What they throw would outlive the library that it is of.
   try {
-    std::vector<std::string> names;  // asked for as by any host; this one lists none
-    getNames(names);
+    getNames(names_);
     factory_ = getFactory();
   } catch (const std::exception& error) {
     throw PluginError(path_ + ": GetAgentName or GetCreationFunc failed: " + error.what());
@@ -69,23 +90,8 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
   if (factory_ == nullptr) throw PluginError(path_ + ": GetCreationFunc gives no factory");
 }
 
-std::unique_ptr<PluginLibrary> PluginLibrary::LoadCopy(const std::string& path) {
-  namespace fs = std::filesystem;
-  std::string copy = (fs::temp_directory_path() / "guest-services-agent-XXXXXX").string();
-  const int file = mkstemp(copy.data());
-  if (file < 0) throw PluginError(copy + ": cannot make it: " + std::strerror(errno));
-  close(file);
-  std::unique_ptr<PluginLibrary> library;
-  try {
-    fs::copy_file(path, copy, fs::copy_options::overwrite_existing);
-    library = std::make_unique<PluginLibrary>(copy);
-  } catch (const std::exception& error) {
-    fs::remove(copy);
-    throw PluginError(path + ": cannot load a copy of it: " + error.what());
-  }
-  fs::remove(copy);  // what is mapped stays
-  library->path_ = path;
-  return library;
+std::string PluginLibrary::WithOriginalPath(const std::string& text) const {
+  return boost::replace_all_copy(text, copy_->GetPath(), path_);
 }
 
 std::unique_ptr<IDriver> PluginLibrary::CreateAgent(IInstanceManager& instanceManager) const {

@@ -21,6 +21,12 @@ auto Apply(const char* option, const std::string& value, const Action& action) {
   }
 }
 
+std::string Describe(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + Quote(name);
+  return names.empty() ? "none" : text;
+}
+
 /// Keeps a flag set while it lives.
 class Raise {
  public:
@@ -53,8 +59,9 @@ LiveSession::LiveSession(const Options& options, std::function<Moment()> now)
     Apply("--log-level", options.logLevel, [&] { qx::SetLogLevel(options.logLevel); });
   }
   session_->SetVerbose(options.verbose);
-  session_->SetAssertionLog(
-      [](const Assertion& assertion) { qx::WriteHostError(DescribeAssertion(assertion)); });
+  session_->SetAssertionLog([this](const Assertion& assertion) {
+    qx::WriteHostError(plugin_->WithOriginalPath(DescribeAssertion(assertion)));
+  });
   if (options.verbose) record_.NoteSetting(ParseStep("verbose on"));
 }
 
@@ -125,7 +132,12 @@ void LiveSession::Reload() {
   constexpr const char* kRefused = "the plug-in was not reloaded; the previous one goes on";
   std::unique_ptr<PluginLibrary> next;
   try {
-    next = PluginLibrary::LoadCopy(pluginPath_);
+    next = std::make_unique<PluginLibrary>(pluginPath_);
+    if (next->GetAgentNames() != plugin_->GetAgentNames()) {
+      throw PluginError(pluginPath_ + ": is of another kind: its agents are " +
+                        Describe(next->GetAgentNames()) + ", not " +
+                        Describe(plugin_->GetAgentNames()));
+    }
   } catch (const std::exception&) {
     Notice(kRefused);
     throw;

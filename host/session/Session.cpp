@@ -14,6 +14,15 @@ namespace {
 
 constexpr const char* kFirstLogLevel = "INFO";
 
+/// Throws unless the state of a new agent is of the kind of the previous one's.
+void CheckRoot(const boost::shared_ptr<qx::XmlNode>& state,
+               const boost::shared_ptr<qx::XmlNode>& previous) {
+  if (!previous || (state && state->IsName(previous->GetName()))) return;
+  throw std::runtime_error("the agent's state is " +
+                           (state ? '<' + state->GetName() + '>' : "missing") + ", not <" +
+                           previous->GetName() + '>');
+}
+
 }  // namespace
 
 Session::Session(const PluginLibrary& plugin, Clock& clock, LineSink sink)
@@ -44,6 +53,7 @@ std::optional<Failure> Session::Replace(const PluginLibrary& plugin) {
   const auto state = CopyState();
   const PluginLibrary* const before = std::exchange(plugin_, &plugin);
   auto failure = Restart(state);
+  if (!failure) failure = Guard([&] { CheckRoot(host_.Persist(), state); });
   if (failure) {
     plugin_ = before;
     Restart(state);

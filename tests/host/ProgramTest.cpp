@@ -168,7 +168,7 @@ TEST_F(Replay, WritesItsResultsForOtherPrograms) {
 TEST_F(Replay, LoadsThePluginThatIsNamed) {
   Expect(std::string("replay --plugin ") + PLUGIN_PATH + ' ' + good_, 0, "1 passed, 0 failed\n");
   Expect("replay --plugin libc.so " + good_, 1,
-         "error: cannot load the plug-in: libc.so: cannot read it: No such file or directory\n");
+         "error: cannot load the plug-in: cannot open libc.so: No such file or directory\n");
   Expect("replay --plugin " + Broken("NEXT_LAYER") + ' ' + good_, 1,
          "error: " + Broken("NEXT_LAYER") + ": " + kOtherLayer + '\n');
   // A century is the longest advance, and no timer holds it up here.

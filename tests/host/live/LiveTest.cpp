@@ -1,139 +1,22 @@
-// A live session: the state that it keeps, its clock, its reload and its export.
+// A live session: its clock, its reload and its export.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <map>
 #include <random>
 
-#include "host/live/LiveSession.h"
 #include "host/session/Replay.h"
-#include "tests/support/Plugin.h"
-#include "tests/support/Program.h"
+#include "tests/host/live/Live.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using test::ListOf;
+using test::Live;
+using test::Shortcut;
 
 std::string Join(const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) (text += line) += '\n';
   return text;
-}
-
-class Live : public testing::Test {
- protected:
-  Live() : folder_(fs::temp_directory_path() / ("live-test-" + std::to_string(getpid()))) {
-    fs::create_directory(folder_);
-  }
-  ~Live() override { fs::remove_all(folder_); }
-
-  host::LiveSession Open(bool isKept = true, const std::string& plugin = PLUGIN_PATH) {
-    host::LiveSession::Options options;
-    options.plugin = plugin;
-    if (isKept) options.stateFile = folder_ / "state.xml";
-    return host::LiveSession(options, [this] { return now_; });
-  }
-
-  static host::LiveSession::Lines Run(host::LiveSession& session, const std::string& line) {
-    return session.RunStep(host::ReadStep(line, host::Sender::kConsole));
-  }
-
-  void Pass(std::int64_t milliseconds) {
-    now_.wall += milliseconds;
-    now_.steady += milliseconds;
-  }
-
-  /// The folder's files with what they hold, by name; times in names are left out.
-  std::string Show() const {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::directory_iterator(folder_)) {
-      const std::string name = entry.path().filename();
-      files[name.substr(0, name.find("-2"))] += test::ReadFile(entry.path());
-    }
-    std::string shown;
-    for (const auto& [name, text] : files) ((shown += name) += ": ") += text;
-    return shown;
-  }
-
-  const fs::path folder_;
-  host::Moment now_ = {1709283600750, 4321};  // 2024-03-01 09:00:00 UTC
-};
-
-std::string ListOf(const std::string& entries) {
-  return "<guest_services>" + entries + "</guest_services>\n";
-}
-std::string Shortcut(int id) {
-  return "<shortcut id=\"" + std::to_string(id) + "\" shortcut_id=\"9\"/>";
-}
-
-TEST_F(Live, StartsFromWhatHoldsAState) {
-  const std::string one = ListOf(Shortcut(1));
-  const std::string two = ListOf(Shortcut(1) + Shortcut(2));
-  const std::string noDate =
-      ListOf("<guest_service id=\"1\"><request_time DATETIME=\"short\"/></guest_service>");
-  const struct {
-    std::string file, backup, after;
-  } cases[] = {
-      {"", "", "state.xml: <guest_services/>\n"},
-      {one, "", "state.xml: " + one},
-      {two, one, "state.xml: " + two + "state.xml.backup: " + one},
-      {"", one, "state.xml: " + one + "state.xml.backup: " + one},
-      {"torn <gue\n", one,
-       "state.xml: " + one + "state.xml.backup: " + one + "state.xml.unreadable: torn <gue\n"},
-      {noDate, one,
-       "state.xml: " + one + "state.xml.backup: " + one + "state.xml.unreadable: " + noDate},
-      {"<html><p/></html>\n", "\n",
-       "state.xml: <guest_services/>\nstate.xml.backup.unreadable: \n"
-       "state.xml.unreadable: <html><p/></html>\n"},
-  };
-  for (const auto& [file, backup, after] : cases) {
-    if (!file.empty()) test::WriteFile(folder_ / "state.xml", file);
-    if (!backup.empty()) test::WriteFile(folder_ / "state.xml.backup", backup);
-    host::LiveSession session = Open();
-    session.Start();
-    EXPECT_EQ(Show(), after) << file;
-    const bool isAsOrdered = file == two || file == one || (file.empty() && backup.empty());
-    EXPECT_EQ(session.GetNotices().empty(), isAsOrdered) << file;
-    EXPECT_EQ(session.GetStateHealth().kind, host::StateHealth::Kind::kSaved) << file;
-    fs::remove_all(folder_);
-    fs::create_directory(folder_);
-  }
-}
-
-TEST_F(Live, SetsEveryUnreadableFileAsideUnderANameOfItsOwn) {
-  for (const char* const text : {"first\n", "second\n", "third\n"}) {
-    test::WriteFile(folder_ / "state.xml", text);
-    Open().Start();
-  }
-  const fs::directory_iterator files(folder_);
-  EXPECT_EQ(std::distance(begin(files), end(files)), 1 + 3) << Show();
-}
-
-TEST_F(Live, TakesWhatIsNotTheFilesFaultForNoReasonToTouchIt) {
-  fs::create_directory(folder_ / "state.xml");
-  EXPECT_THROW(Open().Start(), std::system_error);
-  EXPECT_TRUE(fs::is_directory(folder_ / "state.xml"));
-  fs::remove(folder_ / "state.xml");
-  fs::remove(folder_);
-  EXPECT_THROW(Open(), std::runtime_error);
-}
-
-TEST_F(Live, GoesOnWhereItCannotSave) {
-  host::LiveSession session = Open();
-  session.Start();
-  const fs::path away = folder_.string() + ".away";
-  fs::rename(folder_, away);
-  EXPECT_EQ(Run(session, "ADD_SERVICE type=shortcut shortcut_id=9"),
-            host::LiveSession::Lines{"push <service_added>" + Shortcut(1) + "</service_added>"});
-  EXPECT_EQ(session.GetStateHealth().reason,
-            "cannot open " + (folder_ / "state.xml.new").string() + ": No such file or directory");
-  fs::rename(away, folder_);
-  EXPECT_EQ(Show(), "state.xml: <guest_services/>\n");
-  Pass(30000);
-  session.CatchUp();  // any call tries again
-  EXPECT_EQ(session.GetStateHealth().kind, host::StateHealth::Kind::kSaved);
-  EXPECT_EQ(Show(), "state.xml: " + ListOf(Shortcut(1)) + "state.xml.backup: <guest_services/>\n");
 }
 
 TEST_F(Live, LetsRequestsLapseThatRanOutWhileItWasDown) {
@@ -167,17 +50,37 @@ TEST_F(Live, FollowsTheWallClockAndKeepsWhatStepsMoved) {
 }
 
 TEST_F(Live, ReloadsWithoutLosingTheState) {
-  fs::copy_file(PLUGIN_PATH, folder_ / "plugin.so");
-  host::LiveSession session = Open(false, folder_ / "plugin.so");
+  const fs::path plugin = folder_ / "plugin.so";
+  fs::copy_file(PLUGIN_PATH, plugin);
+  const auto size = fs::file_size(plugin);
+  host::LiveSession session = Open(true, plugin);
   session.Start();
+  test::WriteFile(plugin, "a new one is being copied");  // over the one that is loaded
   Run(session, "ADD_SERVICE type=shortcut shortcut_id=9");
-  const std::string state = "answer " + ListOf(Shortcut(1));
-  EXPECT_EQ(Join(Run(session, "reload")), "");
-  EXPECT_EQ(Join(Run(session, "persist")), state);
-  fs::resize_file(folder_ / "plugin.so", 100);
-  EXPECT_EQ(Run(session, "reload").size(), 1U);
-  EXPECT_EQ(Join(Run(session, "persist")), state);
-  EXPECT_EQ(session.GetNotices().size(), 1U);
+  const auto expect = [&](const std::string& error, std::size_t notices) {
+    EXPECT_EQ(Join(Run(session, "reload")), error);
+    EXPECT_EQ(Join(Run(session, "persist")), "answer " + ListOf(Shortcut(1)));
+    EXPECT_EQ(test::ReadFile(folder_ / "state.xml"), ListOf(Shortcut(1)));
+    EXPECT_EQ(session.GetNotices().size(), notices);
+  };
+  const auto copy = [&](const std::string& from) {
+    fs::copy_file(from, plugin, fs::copy_options::overwrite_existing);
+  };
+  const std::string error = "error cannot load the plug-in: " + plugin.string();
+  expect(error + ": not an ELF file\n", 1);
+  copy(PLUGIN_PATH);
+  expect("", 1);
+  fs::resize_file(plugin, size - 1);
+  expect(error + ": the file is truncated\n", 2);
+  copy(BROKEN_PLUGINS "/FAILING_DESTRUCTION.so");
+  expect("error " + plugin.string() +
+             ": is of another kind: its agents are none, not \"Guest Services\"\n",
+         3);
+  copy(BROKEN_PLUGINS "/OTHER_STATE.so");
+  expect(
+      "error the agent's state is <other>, not <guest_services>\n"
+      "error left registered: binding:7 timers:1\n",
+      4);
 }
 
 TEST_F(Live, LogsThePlaceAndTheStackOfAnAssertion) {

@@ -42,6 +42,12 @@ class Agent : public QxBaseDriver, public ISystemEventCallback {
   Agent(const Agent&) = delete;
   Agent& operator=(const Agent&) = delete;
 
+#ifdef FAULT_OTHER_STATE
+  boost::shared_ptr<qx::XmlNode> GetPersistXml() override {
+    return qx::CreateXmlDocument("<other/>")->GetRoot();
+  }
+#endif
+
   void OnSystemEvent(const qx::response::IResponse&, const qx::SystemEventData*) override {}
 };
 
@@ -62,7 +68,10 @@ class Agent : public QxBaseDriver, public ISystemEventCallback {
 extern "C" {
 
 #ifndef FAULT_NO_NAMES
-PLATFORM_API void GetAgentName(std::vector<std::string>&) {
+PLATFORM_API void GetAgentName([[maybe_unused]] std::vector<std::string>& names) {
+#ifdef FAULT_OTHER_STATE
+  names.emplace_back("Guest Services");
+#endif
 #ifdef FAULT_THROWING_NAMES
   throw Fault("no names");
 #endif

@@ -1,5 +1,6 @@
 // The program: `replay` and `run`.
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -157,6 +158,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a write beyond the limit of file sizes fails instead
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {

@@ -10,7 +10,7 @@ namespace host {
 StateKeeper::StateKeeper(const std::string& path, OnNotice onNotice)
     : onNotice_(std::move(onNotice)), health_{StateHealth::Kind::kNoFile, ""} {
   if (path.empty()) return;
-  file_.emplace(path);
+  file_.emplace(path, onNotice_);
   health_.kind = StateHealth::Kind::kSaved;
 }
 
@@ -18,7 +18,7 @@ bool StateKeeper::Restore(
     const std::function<std::optional<std::string>(const std::string& text)>& start) {
   if (!file_) return false;
   for (const std::string& path : {file_->GetPath(), file_->GetBackupPath()}) {
-    const auto text = StateFile::Read(path);
+    const auto text = file_->Read(path);
     if (!text) continue;
     auto state = start(*text);
     if (!state) {
@@ -39,8 +39,9 @@ void StateKeeper::Save(const std::function<std::string()>& persist) {
   StateHealth health{StateHealth::Kind::kSaved, ""};
   try {
     std::string text = persist();
+    file_->Lock();
     SetRefusedAside();
-    if (saved_ != text) {
+    if (saved_ != text || !file_->IsOurs()) {
       saved_.reset();
       file_->Save(text + '\n');
       saved_ = std::move(text);
@@ -55,7 +56,7 @@ void StateKeeper::Save(const std::function<std::string()>& persist) {
 void StateKeeper::SetRefusedAside() {
   while (!refused_.empty()) {
     const std::string& path = refused_.front();
-    onNotice_(path + " holds no readable state; it is now " + StateFile::SetAside(path));
+    onNotice_(path + " holds no readable state; it is now " + file_->SetAside(path));
     refused_.erase(refused_.begin());
   }
 }

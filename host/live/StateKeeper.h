@@ -25,10 +25,9 @@ struct StateHealth {
 /// save that failed.
 class StateKeeper {
  public:
-  /// Tells a person something once.
-  using OnNotice = std::function<void(const std::string& text)>;
+  using OnNotice = StateFile::OnNotice;
 
-  /// `path` is "" for no file. Throws `std::system_error` when its folder does not exist.
+  /// `path` is "" for no file. Throws what `StateFile` throws.
   StateKeeper(const std::string& path, OnNotice onNotice);
 
   /// Gives `start` the text of the file or, where `start` refuses it, of the backup. `start` starts
@@ -38,8 +37,8 @@ class StateKeeper {
   /// throws.
   bool Restore(const std::function<std::optional<std::string>(const std::string& text)>& start);
 
-  /// Saves the text that `persist` returns, unless the file holds it. What fails, `persist`
-  /// included, becomes the health's reason.
+  /// Saves the text that `persist` returns, unless the file holds it and no other program changed
+  /// the file. What fails, `persist` included, becomes the health's reason.
   void Save(const std::function<std::string()>& persist);
 
   const StateHealth& GetHealth() const { return health_; }

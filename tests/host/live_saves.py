@@ -36,11 +36,12 @@ class SaveTorture:
         self.folder, self.state = folder, folder / "state.xml"
         self.backup = folder / "state.xml.backup"
 
-    def run(self, steps, inject=None):
+    def run(self, steps, *inject):
         """Carries out steps under a tracer. Returns the calls traced, in order, and the output."""
         trace = self.folder / "trace"
         saved = [f"{path}{end}" for path in (self.state, self.backup) for end in ("", ".new")]
-        tracer = ["strace", "-f", "-qq", "-o", trace, *([f"--inject={inject}"] if inject else []),
+        saved.append(f"{self.state}.lock")
+        tracer = ["strace", "-f", "-qq", "-o", trace, *(f"--inject={fault}" for fault in inject),
                   *(f"--trace-path={path}" for path in (self.folder, *saved))]
         output = subprocess.run(
             [*tracer, self.program, "run", "--listen", "none", "--state", self.state],
@@ -67,12 +68,27 @@ class SaveTorture:
         _, output = self.run(["persist"])
         assert "notice" not in output and f'name="{held[-1]}"' in output, (fault, output)
 
+    def save_without(self, steps):
+        """Saves on file systems that lack a call, and sets a damaged file aside."""
+        lacks = ("link:error=EPERM", "link:error=EOPNOTSUPP", "renameat2:error=EINVAL",
+                 "fsync:error=EINVAL", "flock:error=ENOLCK")
+        for lack in (*((one,) for one in lacks), lacks):
+            self.prepare()
+            self.state.write_text("torn <gue")
+            _, output = self.run(steps, *lack)
+            assert 'state="failed' not in output, (lack, output)
+            assert ("cannot be locked" in output) == ("flock:error=ENOLCK" in lack), (lack, output)
+            assert names_in(self.state) == [*OLD[:1], *LATER[2:]], lack
+            assert names_in(self.backup) == [*OLD[:1], *NEW[2:]], lack
+            aside, = self.folder.glob("state.xml.unreadable-*")
+            assert aside.read_text() == "torn <gue", lack
+
     def run_all(self):
         steps = [f"ADD_SERVICE name={name}" for name in LATER[2:]]
         self.prepare()
         calls, _ = self.run(steps[:1])
         names = [name for name, _ in calls]
-        first = next(i for i, (_, arguments) in enumerate(calls) if ".new" in arguments)
+        first = names.index("unlink")  # before it the host starts
         save = names[first:]
         # What a loss of power leaves depends on this order.
         flushes = [i for i, name in enumerate(save) if name == "fsync"]
@@ -84,6 +100,7 @@ class SaveTorture:
             for error in ("EIO", "ENOSPC"):
                 self.torture(steps[:1], f"{name}:error={error}:{when}+", [OLD, NEW])
                 self.torture(steps, f"{name}:error={error}:{when}", [LATER])
+        self.save_without(steps)
         print(f"{len(save)} system calls of a save: the host killed and the call failed at each")
 
 

@@ -2,6 +2,7 @@
 """Tests the running live host from outside: live_test.py HOST"""
 
 import os
+import resource
 import signal
 import socket
 import sys
@@ -96,6 +97,17 @@ class LiveHost(unittest.TestCase):
         again = self.start()
         status, rest = again.end(signal.SIGINT)
         self.assertEqual((status, rest), (0, ""))
+
+    def test_goes_on_at_the_limit_of_file_sizes(self):
+        host = self.start()
+        client = self.client(host)
+        resource.prlimit(host.process.pid, resource.RLIMIT_FSIZE, (100, resource.RLIM_INFINITY))
+        client.send("ADD_SERVICE name=Taxi")
+        client.wait_for('! health state="failed: cannot write ')
+        client.wait_for("push")
+        resource.prlimit(host.process.pid, resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY,) * 2)
+        client.send("REMOVE_SERVICE id=1")
+        self.assertIn('state="ok"', client.wait_for("! health"))
 
     def test_a_line_being_edited_is_not_disturbed(self):
         terminal = self.start_in_terminal()

@@ -13,6 +13,10 @@ namespace {
 constexpr std::size_t kMostRecentLines = 500;
 constexpr std::size_t kMostRecentSize = std::size_t{256} << 10;
 
+std::string ClockLine(std::int64_t seconds) {
+  return "! clock " + std::to_string(seconds) + ' ' + std::to_string(GetUtcOffset(seconds));
+}
+
 std::string NoticeLine(const std::string& notice) { return "! notice " + Quote(notice); }
 
 std::string Describe(const StateHealth& health) {
@@ -35,10 +39,20 @@ LiveFeed::LiveFeed(LiveSession& session, Console& console, std::string plugin)
       sentHealth_(session.GetStateHealth()) {}
 
 void LiveFeed::Greet(web::Client& page) {
-  page.Send(GetClockLine());
+  const std::int64_t now = session_.GetTime();
+  std::int64_t sent = now;
+  const auto sendClock = [&](std::int64_t seconds) {
+    if (seconds != sent) page.Send(ClockLine(seconds));
+    sent = seconds;
+  };
+  page.Send(ClockLine(now));
   page.Send(GetHealthLine());
   for (const std::string& notice : session_.GetNotices()) page.Send(NoticeLine(notice));
-  for (const web::SharedLine& line : recent_) page.Send(line);
+  for (const RecentLine& line : recent_) {
+    sendClock(line.seconds);
+    page.Send(line.text);
+  }
+  sendClock(now);
   page.Send("! replay-end");
 }
 
@@ -70,7 +84,7 @@ void LiveFeed::SendStatus() {
 
 void LiveFeed::SendClock() {
   sentTime_ = session_.GetTime();
-  Broadcast(GetClockLine());
+  Broadcast(ClockLine(sentTime_));
 }
 
 void LiveFeed::Send(const std::string& text, bool onConsole) {
@@ -79,21 +93,16 @@ void LiveFeed::Send(const std::string& text, bool onConsole) {
   if (session_.GetTime() != sentTime_) SendClock();
   const auto line = std::make_shared<const std::string>(text);
   pages_->Broadcast(line);
-  recent_.push_back(line);
+  recent_.push_back({sentTime_, line});
   recentSize_ += text.size();
   while (recent_.size() > kMostRecentLines || recentSize_ > kMostRecentSize) {
-    recentSize_ -= recent_.front()->size();
+    recentSize_ -= recent_.front().text->size();
     recent_.pop_front();
   }
 }
 
 void LiveFeed::Broadcast(const std::string& line) {
   if (pages_ != nullptr) pages_->Broadcast(line);
-}
-
-std::string LiveFeed::GetClockLine() const {
-  const std::int64_t now = session_.GetTime();
-  return "! clock " + std::to_string(now) + ' ' + std::to_string(GetUtcOffset(now));
 }
 
 std::string LiveFeed::GetHealthLine() const {

@@ -23,7 +23,8 @@ class LiveFeed {
   /// Sends to these pages from now on; they must outlive the feed.
   void SetPages(const web::Clients& pages) { pages_ = &pages; }
 
-  /// Sends the status to a new page, then the recent lines.
+  /// Sends the status to a new page, then the recent lines with the times at which they were
+  /// printed.
   void Greet(web::Client& page);
 
   /// Sends a step's line; to the console only if it did not come from there.
@@ -37,9 +38,13 @@ class LiveFeed {
   void SendClock();
 
  private:
+  struct RecentLine {
+    std::int64_t seconds;  // when it was sent, on the session's clock
+    web::SharedLine text;
+  };
+
   void Send(const std::string& line, bool onConsole);
   void Broadcast(const std::string& line);
-  std::string GetClockLine() const;
   std::string GetHealthLine() const;
 
   LiveSession& session_;
@@ -47,7 +52,7 @@ class LiveFeed {
   const std::string plugin_;
   const web::Clients* pages_ = nullptr;  // null for none
 
-  std::deque<web::SharedLine> recent_;
+  std::deque<RecentLine> recent_;
   std::size_t recentSize_ = 0;
   StateHealth sentHealth_;
   std::size_t sentNotices_ = 0;

@@ -15,8 +15,7 @@ const OTHER = 'Host';
 const byId = (id) => document.getElementById(id);
 const lines = byId('lines');
 const hiddenKinds = new Set();
-let entries = []; // { text, kind, ids, row }
-let isCaughtUp = false;
+let entries = []; // { text, kind, ids, day, time, row }
 let isStale = false;
 let isOwn = false; // within the lines of what this page itself asks
 let paused = null; // how many lines have come since
@@ -39,9 +38,8 @@ function take(text) {
     // The host says again what was last.
     entries = [];
     lines.replaceChildren();
-    [isStale, isCaughtUp] = [false, false];
+    isStale = false;
   }
-  if (text === '! replay-end') isCaughtUp = true;
   if (text.startsWith('! ')) return;
   if (text.startsWith('> ')) isOwn = text.startsWith('> ui ');
   if (!isOwn) add(text);
@@ -60,9 +58,10 @@ function add(text) {
   if (first !== '>' && before && entry.ids.length === 0) entry.ids = before.ids;
   // A step that names no service (it adds one) belongs to the one that its first line names.
   if (before?.text.startsWith('> ') && first !== '>' && before.ids.length === 0) before.ids = entry.ids;
-  const time = isCaughtUp ? services.local(services.now()).toISOString().slice(11, 19) : 'earlier';
   const rest = text.slice(first.length + 1);
-  entry.row = el('li', {}, el('span', { className: 'time' }, time));
+  [entry.day, entry.time] = services.local(services.lineTime).toISOString().slice(0, 19).split('T');
+  const shown = entry.day === before?.day ? entry.time : `${entry.day} ${entry.time}`;
+  entry.row = el('li', {}, el('span', { className: 'time' }, shown));
   entry.row.append(el('span', { className: 'kind' }, first === '>' ? 'step' : first));
   entry.row.append(el('code', { dir: 'ltr' }, rest));
   entry.row.dataset.kind = entry.kind;

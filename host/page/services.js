@@ -19,7 +19,16 @@ function quote(value) {
 }
 
 /** What the host put in quotes. */
-const unquote = (text) => text.slice(1, -1).replace(/\\(.)/g, '$1');
+export function unquote(text) {
+  const letters = { n: '\n', t: '\t' };
+  const decode = (run) => {
+    const bytes = run.split('\\x').slice(1).map((hex) => Number.parseInt(hex, 16));
+    return new TextDecoder('utf-8', { ignoreBOM: true }).decode(new Uint8Array(bytes));
+  };
+  return text.slice(1, -1).replace(/(?:\\x[\dA-Fa-f]{2})+|\\(.)/g, (run, letter) =>
+    letter === undefined ? decode(run) : (letters[letter] ?? letter),
+  );
+}
 
 /** What a service is called; a shortcut has no name of its own. */
 export function nameOf(service) {
@@ -41,6 +50,7 @@ export class Services {
   types = []; // { id, name } of what the agent knows
   isCurrent = false; // whether the list is the host's, or what was last known
   outcomes = new Map(); // by id: 'cancelled' or 'lapsed'
+  lineTime = 0; // when the latest line was printed, in seconds on the host's clock
   #send;
   #offset = 0; // the host's clock less ours, in seconds
   #zone = 0; // its local time less UTC
@@ -135,10 +145,10 @@ export class Services {
   #takeStatus(text) {
     const [word, seconds, zone] = text.split(' ');
     if (word === 'clock') {
-      const offset = Number(seconds) - Date.now() / 1000;
-      // Whole seconds and a slow line only ever make it look late, unless the clock was moved.
-      if (offset > this.#offset || this.#offset - offset > 1.5) this.#offset = offset;
+      this.lineTime = Number(seconds);
       this.#zone = Number(zone);
+      // Until the end of the replay it is a time in the past.
+      if (!this.#isReplaying) this.#setClock();
     } else if (word === 'health') {
       const fields = text.matchAll(/(\w+)=("(?:[^"\\]|\\.)*")/g);
       for (const [, name, value] of fields) this.#health[name] = unquote(value);
@@ -148,9 +158,16 @@ export class Services {
       this.on.health?.(this.#health);
     } else if (word === 'replay-end') {
       this.#isReplaying = false;
+      this.#setClock();
       this.#send('ui GET_SERVICE_TYPES');
       this.#ask();
     }
+  }
+
+  #setClock() {
+    const offset = this.lineTime - Date.now() / 1000;
+    // Whole seconds and a slow line only ever make it look late, unless the clock was moved.
+    if (offset > this.#offset || this.#offset - offset > 1.5) this.#offset = offset;
   }
 
   #takeAnswer(root) {

@@ -90,13 +90,19 @@ test('names and descriptions are text in every view, whatever they hold', async 
 });
 
 test('the activity can be filtered and paused, tells of trouble, and can be copied as a scenario that replays', async () => {
-  const host = await startHost('ADD_SERVICE name=Valet delay=1', 'ADD_SERVICE name=Towels');
+  const host = await startHost('clock 2024-03-02T23:58:00', 'ADD_SERVICE name=Valet delay=1', 'ADD_SERVICE name=Towels');
   const page = await open(host, '/activity');
   await page.context().grantPermissions(['clipboard-read', 'clipboard-write']);
   const shown = () => page.locator('#lines li:visible').evaluateAll((rows) => rows.map((row) => row.lastChild.textContent));
   await expectText(page.locator('#health'), /State file: saved.*Plug-in: .*guest-services-agent\.so/);
   await host.run('SEND_REQUEST_EVENT id=1', 'SEND_REQUEST_EVENT id=2', 'advance 2m', 'REORDER_SERVICES order=2,1', 'SEND_REQUEST_EVENT id=1');
-  await expectSoon(async () => (await shown()).length, /^30$/);
+  await expectSoon(async () => (await shown()).length, /^31$/);
+  const times = () => page.locator('#lines .time').allTextContents();
+  const before = await times();
+  assert.match(before.join(), /^2024-03-02 23:58:0\d,23.*,2024-03-03 00:00:0\d,/);
+  await page.reload();
+  await expectSoon(async () => (await shown()).length, /^31$/);
+  assert.equal((await times()).join(), before.join(), 'the times after a reload');
 
   await page.getByLabel('Service').selectOption('1 \u2068Valet\u2069');
   for (const kind of ['Pushes', 'Bound calls', 'Log']) await page.getByLabel(kind).uncheck();

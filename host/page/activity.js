@@ -25,8 +25,8 @@ const services = new Services({
     showLost(null);
     offerServices();
   },
-  lost(pause) {
-    showLost(pause);
+  lost(pause, isFull) {
+    showLost(pause, isFull);
     isStale = true;
   },
   line: take,

@@ -6,11 +6,26 @@ const LONGEST_PAUSE = 15000;
 const LONGEST_SILENCE = 25000;
 // The host closes the line on a longer message.
 const LONGEST_MESSAGE = 64 * 1024;
+const PROBE_TIME = 5000;
+
+/**
+ * Whether the host is there, but full. A page cannot see the status that refused its WebSocket, so
+ * a plain request asks: the host answers 503 if it is full, and 426 if the path is a WebSocket's.
+ */
+async function isHostFull() {
+  try {
+    const { status } = await fetch('/ws', { signal: AbortSignal.timeout(PROBE_TIME) });
+    return status === 426 || status === 503;
+  } catch {
+    return false;
+  }
+}
 
 /**
  * Opens the line, and again whenever it breaks. Calls `onLine(text)` for each line that comes, and
- * `onBreak(milliseconds)` when the line broke, with the pause before the next attempt. Returns a
- * function that sends a line, and says why if it cannot: a text, or `undefined` if the line is sent.
+ * `onBreak(milliseconds, isFull)` when the line broke, with the pause before the next attempt, and
+ * whether the host refused the attempt because it is full. Returns a function that sends a line, and
+ * says why if it cannot: a text, or `undefined` if the line is sent.
  */
 export function connect(onLine, onBreak) {
   let socket;
@@ -31,9 +46,11 @@ export function connect(onLine, onBreak) {
       if (data === '! replay-end') pause = FIRST_PAUSE;
       onLine(data);
     };
-    socket.onclose = () => {
+    let isOpened = false;
+    socket.onopen = () => (isOpened = true);
+    socket.onclose = async () => {
       clearTimeout(silence);
-      onBreak(pause);
+      onBreak(pause, !isOpened && (await isHostFull()));
       setTimeout(open, pause);
       pause = Math.min(pause * 2, LONGEST_PAUSE);
     };

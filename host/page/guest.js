@@ -13,8 +13,8 @@ const services = new Services({
     render();
     sayChange(what, service);
   },
-  lost(pause) {
-    showLost(pause);
+  lost(pause, isFull) {
+    showLost(pause, isFull);
     render();
   },
 });

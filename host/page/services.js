@@ -61,16 +61,16 @@ export class Services {
   /**
    * `on` may have: `change(what, service)` after each change, `what` being the name of the push, or
    * 'list' for a list that was asked for; `line(text)` for each line; `health({ state, plugin,
-   * notices })`; `lost(milliseconds)` when the connection broke.
+   * notices })`; `lost(milliseconds, isFull)` when the connection broke, as `connect` tells it.
    */
   constructor(on) {
     this.on = on;
-    this.#send = connect((line) => this.#take(line), (pause) => {
+    this.#send = connect((line) => this.#take(line), (pause, isFull) => {
       this.isCurrent = false;
       this.#isReplaying = true;
       this.outcomes.clear();
       this.#health.notices = [];
-      on.lost?.(pause);
+      on.lost?.(pause, isFull);
     });
   }
 

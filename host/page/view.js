@@ -52,8 +52,11 @@ export function sayChange(what, service) {
 }
 
 let counting;
-/** Shows that the connection is lost until the next attempt, and that it is back with `null`. */
-export function showLost(pause) {
+const LOST = 'The connection to the host is lost. What you see may be out of date. Trying again';
+const FULL = 'The host is there, but too many pages are open. Close one that is not needed. Trying again';
+
+/** Shows that there is no connection until the next attempt, and that it is back with `null`. */
+export function showLost(pause, isFull = false) {
   const banner = byId('connection');
   clearInterval(counting);
   document.body.classList.toggle('lost', pause !== null);
@@ -68,9 +71,8 @@ export function showLost(pause) {
     seconds.textContent = left > 0 ? ` in ${left} s` : ' now';
   };
   // Said once, however many attempts there are.
-  if (!banner.hasChildNodes()) {
-    banner.append('The connection to the host is lost. What you see may be out of date. Trying again');
-  }
+  const words = isFull ? FULL : LOST;
+  if (banner.firstChild?.data !== words) banner.replaceChildren(words);
   banner.querySelector('span')?.remove();
   banner.append(seconds);
   count();

@@ -89,6 +89,31 @@ test('names and descriptions are text in every view, whatever they hold', async 
   assert.ok(withoutTimes(await host.list()) === withoutTimes(before), 'saved as it was, an entry has changed');
 });
 
+test('a full host is told apart from a lost one', async () => {
+  const host = await startHost('ADD_SERVICE name=Towels');
+  const page = await open(host);
+  await page.evaluate(() => {
+    window.others = Array.from({ length: 31 }, () => new WebSocket('/ws'));
+    return Promise.all(window.others.map((socket) => new Promise((resolve) => (socket.onopen = resolve))));
+  });
+  const late = await page.context().newPage();
+  await late.goto(host.url);
+  await expectText(late.locator('#connection'), /too many pages are open/);
+  await page.evaluate(() => window.others.forEach((socket) => socket.close()));
+  await expectText(late.locator('#connection'), /^$/);
+  await expectText(card(late, 1), /Towels/);
+});
+
+test('what the host puts in quotes is read as it was', async () => {
+  const page = await open(await startHost());
+  const cases = [
+    [String.raw`"a b"`, 'a b'], [String.raw`"\"\\"`, '"\\'], [String.raw`"\n\t\\n"`, '\n\t\\n'],
+    [String.raw`"\x07\x7F"`, '\x07\x7f'], [String.raw`"\xC3\xA9\xFF"`, 'é\ufffd'],
+  ];
+  const read = await page.evaluate(async (texts) => texts.map((await import('/services.js')).unquote), cases.map(([text]) => text));
+  assert.deepEqual(read, cases.map(([, text]) => text));
+});
+
 test('the activity can be filtered and paused, tells of trouble, and can be copied as a scenario that replays', async () => {
   const host = await startHost('clock 2024-03-02T23:58:00', 'ADD_SERVICE name=Valet delay=1', 'ADD_SERVICE name=Towels');
   const page = await open(host, '/activity');

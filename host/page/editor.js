@@ -1,5 +1,6 @@
 // The form for one entry, new or there already.
 import { drawNumber } from './icons.js';
+import { ask } from './question.js';
 import { nameOf } from './services.js';
 import { delayInWords, el, say, typed } from './view.js';
 
@@ -12,6 +13,8 @@ const dialog = byId('editor');
 const form = dialog.querySelector('form');
 const fields = form.elements;
 let edited; // the entry's id; undefined for a new one
+let given; // its values
+let shown; // what the fields showed of them at first
 
 fields.lapse.append(
   ...DELAYS.map((delay) => el('option', { value: delay }, delayInWords(delay))),
@@ -51,6 +54,26 @@ function offerTypes(types) {
   );
 }
 
+// A field may not show all that its text holds, such as the end of a line; it must not get lost.
+const isChanged = (name) => fields[name].value !== shown[name];
+const valueOf = (name) => (isChanged(name) ? fields[name].value : given[name]);
+
+/** Refuses what was entered and makes no sense. An entry that has it already can be saved as it is. */
+function check() {
+  const isBlank = isChanged('name') && fields.name.value.trim() === '';
+  const isBelow = isChanged('delay') && fields.delay.valueAsNumber < -1;
+  fields.name.setCustomValidity(isBlank ? 'The name has no character that can be seen.' : '');
+  fields.delay.setCustomValidity(isBelow ? 'The least number is -1: the request never lapses.' : '');
+}
+
+function save(services) {
+  const names = isShortcut() ? ['shortcut_id'] : ['name', 'description', 'icon', 'delay', 'operarequest'];
+  const values = Object.fromEntries(names.map((name) => [name, valueOf(name)]));
+  const problem = services.save(isShortcut(), edited, values);
+  if (problem) byId('editor-note').textContent = `${problem} Nothing is saved yet.`;
+  else dialog.close();
+}
+
 /** Opens the form for an entry, or for a new one. */
 export function edit(services, service) {
   edited = service?.id;
@@ -61,23 +84,25 @@ export function edit(services, service) {
   byId('kinds').hidden = service !== undefined;
   fields.kind.value = service?.isShortcut ? 'shortcut' : 'guest_service';
   const first = { name: '', description: '', operarequest: '', icon: 8, delay: 15, shortcut_id: '' };
-  const given = { ...first, ...service };
+  given = { ...first, ...service };
   for (const name of Object.keys(first)) fields[name].value = given[name];
-  // A field may not show all that its text holds, such as the end of a line; it must not get lost.
-  const shown = Object.fromEntries(Object.keys(first).map((name) => [name, fields[name].value]));
-  const valueOf = (name) => (fields[name].value === shown[name] ? given[name] : fields[name].value);
+  shown = Object.fromEntries(Object.keys(first).map((name) => [name, fields[name].value]));
   showKind();
   showDelay();
   showType();
+  check();
   form.onsubmit = (event) => {
     event.preventDefault();
-    const names = isShortcut() ? ['shortcut_id'] : ['name', 'description', 'icon', 'delay', 'operarequest'];
-    const values = Object.fromEntries(names.map((name) => [name, valueOf(name)]));
-    const problem = services.save(isShortcut(), edited, values);
-    if (problem) byId('editor-note').textContent = `${problem} Nothing is saved yet.`;
-    else dialog.close();
+    save(services);
   };
   dialog.showModal();
+}
+
+/** Closes the form, after a question if something was entered. */
+function leave() {
+  if (!Object.keys(shown).some(isChanged)) return dialog.close();
+  const text = 'The entry in the form is not saved.';
+  return ask('Discard what you entered?', text, 'Go on editing', 'Discard', () => dialog.close());
 }
 
 /** Says in the form what happened to its entry meanwhile. */
@@ -85,11 +110,11 @@ export function noteChange(what, service) {
   if (!dialog.open || edited === undefined || service?.id !== edited) return;
   if (what === 'service_changed') {
     byId('editor-note').textContent =
-      'Somebody else has changed this entry meanwhile. Saving puts yours in its place.';
+      'This entry was changed on another page meanwhile. Saving puts yours in its place.';
   }
   if (what !== 'service_removed') return;
   dialog.close();
-  say(`${typed(nameOf(service))} was removed by somebody else; there is nothing left to edit.`);
+  say(`${typed(nameOf(service))} was removed on another page; there is nothing left to edit.`);
 }
 
 for (const input of fields.kind) input.onchange = showKind;
@@ -98,4 +123,18 @@ fields.icon.oninput = showType;
 fields.lapse.onchange = () => {
   if (fields.lapse.value === '') fields.delay.select();
   else fields.delay.value = fields.lapse.value;
+};
+form.addEventListener('input', check);
+form.addEventListener('change', check);
+byId('back').onclick = leave;
+dialog.oncancel = (event) => {
+  if (event.target !== dialog) return;
+  event.preventDefault();
+  leave();
+};
+// A second Escape would close the dialog, whatever became of its cancel event.
+dialog.onkeydown = (event) => {
+  if (event.key !== 'Escape') return;
+  event.preventDefault();
+  leave();
 };

@@ -2,6 +2,7 @@
 import { orderByDragging } from './dragging.js';
 import { edit, noteChange } from './editor.js';
 import { draw } from './icons.js';
+import { ask } from './question.js';
 import { Services, nameOf } from './services.js';
 import { delayInWords, el, keepList, label, leftInWords, say } from './view.js';
 import { sayChange, showHealth, showLost, timeInWords, typed } from './view.js';
@@ -98,24 +99,12 @@ function move(id, place) {
 orderByDragging(list, move);
 
 function askToRemove(service) {
-  const dialog = byId('question');
-  byId('question-title').textContent = `Remove ${typed(nameOf(service))}?`;
   const open = service.isOpen ? 'Its open request ends without a word to the guest. ' : '';
   const rest = 'The programming that belongs to it is removed as well. This cannot be undone.';
-  byId('question-text').textContent = open + rest;
-  dialog.querySelector('form').onsubmit = (event) => {
-    event.preventDefault();
-    const problem = services.remove(service);
-    if (problem) byId('question-text').textContent = problem;
-    else dialog.close();
-  };
-  dialog.showModal();
+  ask(`Remove ${typed(nameOf(service))}?`, open + rest, 'Keep it', 'Remove', () => services.remove(service));
 }
 
 byId('add').onclick = () => edit(services);
-for (const button of document.querySelectorAll('button[value=close]')) {
-  button.onclick = () => button.closest('dialog').close();
-}
 setInterval(() => {
   byId('summary').textContent = summary();
   for (const row of list.children) row.tick(services.find(Number(row.dataset.id)));

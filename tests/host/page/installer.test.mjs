@@ -59,13 +59,13 @@ test('entries of both kinds are added, edited and removed with all their fields,
   await host.run('SEND_REQUEST_EVENT id=1');
   await press(page, /^Edit/);
   await host.run(`EDIT_SERVICE guest_service='<guest_service id="1" name="Parking" delay="5"/>'`);
-  await expectText(page.locator('#editor-note'), /Somebody else has changed/);
+  await expectText(page.locator('#editor-note'), /changed on another page/);
   await press(page, 'Save');
   await expectText(card(page, 1), /Valet.*after 7 minutes.*Open since/s);
   await press(page, /^Edit/);
   await host.run('REMOVE_SERVICE id=1');
   await form.waitFor({ state: 'hidden' });
-  await expectText(page.locator('#status'), /removed by somebody else/);
+  await expectText(page.locator('#status'), /removed on another page/);
 });
 
 test('delays are said in words, open requests with their time', async () => {
@@ -130,6 +130,39 @@ test('the order is changed by dragging, with a finger too, and with the keyboard
   await page.keyboard.press('Escape');
   await page.mouse.up();
   await expectOrder([3, 4, 2, 1]);
+});
+
+test('the form refuses what makes no sense, and asks before it discards what was entered', async () => {
+  const host = await startHost('ADD_SERVICE name=" " delay=-5');
+  const page = await open(host, '/installer');
+  const form = editor(page).first();
+  const refused = [['Name', ' \u00a0\t ', 'Linens'], ['Minutes (', '-2', '-1']];
+  await press(page, 'Add a service');
+  for (const [field, , good] of refused) await form.getByLabel(field).fill(good);
+  for (const [field, bad, good] of refused) {
+    await form.getByLabel(field).fill(bad);
+    await press(page, 'Save');
+    assert.equal(await form.locator(':is(input, textarea):invalid').count(), 1, `${field} ${bad} is taken`);
+    await form.getByLabel(field).fill(good);
+  }
+  const isThere = /Discard what you entered/;
+  await page.keyboard.press('Escape');
+  await expectText(page.locator('#question[open] h2'), isThere);
+  await page.keyboard.press('Escape');
+  await page.locator('#question').waitFor({ state: 'hidden' });
+  assert.equal(await form.getByLabel('Name').inputValue(), 'Linens');
+  await press(page, 'Back');
+  await press(page, 'Discard');
+  await form.waitFor({ state: 'hidden' });
+  assert.deepEqual(await host.order(), [1]);
+
+  await press(page, /^Edit/);
+  await form.getByLabel('Request code').fill('X');
+  await press(page, 'Save');
+  await expectText(card(page, 1).locator('.facts'), /^Lapses at once · code .X/);
+  await press(page, /^Edit/);
+  await page.keyboard.press('Escape');
+  await form.waitFor({ state: 'hidden' });
 });
 
 test('both views can be used with the keyboard alone', async () => {

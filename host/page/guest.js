@@ -1,8 +1,8 @@
 // The guest's view: the services, each to be requested with one tap and cancelled with two.
 import { draw, drawRing } from './icons.js';
 import { Services, nameOf } from './services.js';
-import { el, keepList, label, leftInWords, say, sayChange } from './view.js';
-import { showLost, timeInWords, typed, unsettle } from './view.js';
+import { createMore, el, endInWords, keepList, label, say } from './view.js';
+import { sayChange, showLost, timeInWords, typed, unsettle } from './view.js';
 
 const ANSWER_TIME = 5000;
 const QUESTION_TIME = 8000;
@@ -11,7 +11,7 @@ const services = new Services({
   change(what, service) {
     showLost(null);
     render();
-    sayChange(what, service);
+    if (!service?.isShortcut) sayChange(what, service, list.querySelector(`[data-id="${service?.id}"]`));
   },
   lost(pause, isFull) {
     showLost(pause, isFull);
@@ -40,7 +40,7 @@ function createRow({ id }) {
   const main = el('button', { type: 'button', className: 'main', onclick: () => tap(row) });
   const keep = el('button', { type: 'button', onclick: () => ask(row, false) });
   const row = el('li', { className: 'card', tabIndex: -1 }, icon);
-  row.append(el('div', { className: 'words' }, name, description));
+  row.append(el('div', { className: 'words' }, name, description, createMore()));
   row.append(el('div', { className: 'foot' }, state, el('div', { className: 'actions' }, keep, main)));
   row.dataset.id = id;
   row.update = (service) => {
@@ -49,8 +49,7 @@ function createRow({ id }) {
     row.dataset.phase = phase;
     icon.replaceChildren(ring, draw(service));
     name.textContent = nameOf(service);
-    description.textContent = service.isShortcut ? 'On the screens in your room.' : service.description;
-    main.hidden = service.isShortcut;
+    description.textContent = service.description;
     keep.hidden = phase !== 'asking';
     label(main, BUTTONS[phase] ?? 'Request', typed(nameOf(service)));
     label(keep, 'Keep it', typed(nameOf(service)));
@@ -60,7 +59,7 @@ function createRow({ id }) {
     const left = services.secondsLeft(service);
     if (service.isOpen) {
       ring.setShare(left === Infinity ? 1 : left / (60 * Math.max(service.delay, 0.5)));
-      state.textContent = `Requested at ${timeInWords(services, service.since)} · ${leftInWords(left)}`;
+      state.textContent = `Requested at ${timeInWords(services, service.since)} · ${endInWords(services, service)}`;
     } else {
       state.textContent = ENDED[row.dataset.phase] ?? '';
     }
@@ -71,6 +70,9 @@ function createRow({ id }) {
 const list = document.getElementById('services');
 const show = keepList(list, createRow);
 
+/** The services for a guest: a shortcut cannot be requested. */
+const offered = () => services.list.filter((service) => !service.isShortcut);
+
 function render() {
   for (const row of list.children) {
     const service = services.find(Number(row.dataset.id));
@@ -78,12 +80,12 @@ function render() {
     if (isDone || !services.isCurrent) row.waiting = null;
     if (!service?.isOpen) row.isAsking = false;
   }
-  show(services.list);
+  show(offered());
   document.getElementById('summary').textContent = summary();
 }
 
 function summary() {
-  const { length } = services.list;
+  const { length } = offered();
   if (length === 0) return services.isCurrent ? 'No services are offered yet.' : 'One moment, please.';
   const count = services.open.length;
   if (count === 0) return 'Choose a service. One tap is enough.';

@@ -14,6 +14,7 @@ const SERVICES = [
   'M4 16a8 8 0 0 1 16 0zM3 19h18M12 8V6M11 5.5a1 1 0 1 0 2 0 1 1 0 0 0-2 0', // a covered dish
 ];
 const BELL = 'M4.5 16a7.5 7.5 0 0 1 15 0zM3.5 19h17M12 8.5V6M10 6h4';
+const DOTS = 'M9 6v.01M15 6v.01M9 12v.01M15 12v.01M9 18v.01M15 18v.01';
 const LINK = 'M10 5H6a1 1 0 0 0-1 1v12a1 1 0 0 0 1 1h12a1 1 0 0 0 1-1v-4M13.5 5H19v5.5M19 5l-8.5 8.5';
 
 function svg(tag, attributes, ...children) {
@@ -27,6 +28,12 @@ function svg(tag, attributes, ...children) {
 export function drawNumber(number) {
   const path = svg('path', { d: SERVICES[number] ?? BELL });
   return svg('svg', { class: 'icon', viewBox: '0 0 24 24', 'aria-hidden': 'true' }, path);
+}
+
+/** The drawing for what can be dragged. */
+export function drawHandle() {
+  const path = svg('path', { d: DOTS });
+  return svg('svg', { class: 'icon dots', viewBox: '0 0 24 24', 'aria-hidden': 'true' }, path);
 }
 
 /** The drawing for a service. */

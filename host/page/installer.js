@@ -1,19 +1,23 @@
 // The installer's view: adding, editing, removing and ordering the services.
 import { orderByDragging } from './dragging.js';
 import { edit, noteChange } from './editor.js';
-import { draw } from './icons.js';
+import { draw, drawHandle } from './icons.js';
 import { ask } from './question.js';
 import { Services, nameOf } from './services.js';
-import { delayInWords, el, keepList, label, leftInWords, say } from './view.js';
+import { createMore, delayInWords, el, endInWords, keepList, label, say } from './view.js';
 import { sayChange, showHealth, showLost, timeInWords, typed } from './view.js';
+
+const MOST_NAMES = 3;
 
 const byId = (id) => document.getElementById(id);
 const list = byId('services');
+let moved; // the id of the entry whose new place is to be said
 const services = new Services({
   change(what, service) {
     showLost(null);
     render();
-    sayChange(what, service);
+    if (what === 'services_reordered' && moved !== undefined) sayPlace();
+    else sayChange(what, service, list.querySelector(`[data-id="${service?.id}"]`));
     noteChange(what, service);
   },
   line(text) {
@@ -40,7 +44,7 @@ function createRow({ id }) {
   const change = el('button', { type: 'button', onclick: () => edit(services, current()) });
   const remove = el('button', { type: 'button', onclick: () => askToRemove(current()) });
   const row = el('li', { className: 'card', tabIndex: -1 }, handle, icon);
-  row.append(el('div', { className: 'words' }, name, description, facts, state));
+  row.append(el('div', { className: 'words' }, name, description, createMore(), facts, state));
   row.append(el('div', { className: 'actions' }, change, remove));
   row.dataset.id = id;
   handle.onkeydown = (event) => {
@@ -55,7 +59,7 @@ function createRow({ id }) {
     name.textContent = nameOf(service);
     description.textContent = service.isShortcut ? '' : service.description;
     facts.textContent = factsOf(service);
-    label(handle, '⠿', `Move ${title}`);
+    label(handle, drawHandle(), `Move ${title}`);
     label(change, 'Edit', title);
     label(remove, 'Remove', title);
     row.tick(service);
@@ -63,7 +67,7 @@ function createRow({ id }) {
   row.tick = (service) => {
     row.classList.toggle('open', service.isOpen);
     const since = service.isOpen ? timeInWords(services, service.since) : '';
-    state.textContent = since && `Open since ${since} · ${leftInWords(services.secondsLeft(service))}`;
+    state.textContent = since && `Open since ${since} · ${endInWords(services, service)}`;
   };
   return row;
 }
@@ -79,8 +83,11 @@ function summary() {
   if (!services.isCurrent) return 'Waiting for the host.';
   const { length } = services.list;
   if (length === 0) return 'There are no services yet.';
-  const open = services.open.map((s) => `${typed(nameOf(s), 30)} since ${timeInWords(services, s.since)}`);
-  const requests = open.length > 0 ? `Open requests: ${open.join(', ')}.` : 'No request is open.';
+  const { open } = services;
+  const oldest = open.toSorted((a, b) => a.since - b.since).slice(0, MOST_NAMES);
+  const names = oldest.map((s) => `${typed(nameOf(s), 30)} since ${timeInWords(services, s.since)}`).join(', ');
+  const more = open.length > MOST_NAMES ? ` and ${open.length - MOST_NAMES} more` : '';
+  const requests = open.length > 0 ? `Open requests: ${names}${more}.` : 'No request is open.';
   return `${length === 1 ? 'One entry' : `${length} entries`}. ${requests}`;
 }
 
@@ -89,11 +96,21 @@ function move(id, place) {
   const ids = services.list.map((service) => service.id);
   const from = ids.indexOf(id);
   const to = Math.max(0, Math.min(ids.length - 1, place));
-  if (from < 0 || from === to) return;
+  if (from < 0) return;
+  moved = id;
+  if (from === to) return sayPlace();
   ids.splice(from, 1);
   ids.splice(to, 0, id);
   const problem = services.reorder(ids);
   if (problem) say(problem);
+}
+
+function sayPlace() {
+  const service = services.find(moved);
+  moved = undefined;
+  if (!service) return;
+  const place = services.list.indexOf(service) + 1;
+  say(`${typed(nameOf(service), 30)} is at place ${place} of ${services.list.length}.`);
 }
 
 orderByDragging(list, move);

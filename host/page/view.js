@@ -14,26 +14,41 @@ export function el(tag, properties = {}, ...children) {
   return node;
 }
 
-/** A text that somebody typed, at most so long, that leaves the direction around it alone. */
+/** A text that a person typed, at most so long, that leaves the direction around it alone. */
 export function typed(text, most = 60) {
   const characters = [...text.replace(/[\u202a-\u202e\u2066-\u2069]/g, '')];
   const short = characters.slice(0, most).join('') + (characters.length > most ? '…' : '');
   return `\u2068${short}\u2069`;
 }
 
-/** Labels a button, with a rest that only a screen reader needs. */
+/** Labels a button with a text or a drawing, and a rest that only a screen reader needs. */
 export function label(button, text, rest) {
   if (button.dataset.label === text + rest) return;
   button.dataset.label = text + rest;
   button.replaceChildren(text, el('span', { className: 'unseen' }, ` ${rest}`));
 }
 
+// As long as it takes to see that something moved and to hold back a tap.
+const GRACE = 600;
+const SAID_TIME = 8000;
+
 let fading;
-/** Says something in the status line, for a while. */
-export function say(text) {
+/** Ends the message. Its place still takes taps for a moment: they were meant for the message. */
+function fade() {
   clearTimeout(fading);
-  byId('status').textContent = text;
-  fading = setTimeout(() => (byId('status').textContent = ''), 8000);
+  byId('status').classList.add('fading');
+  fading = setTimeout(() => byId('status').replaceChildren(), GRACE);
+}
+
+/** Says something in the status line, for a while; only to a screen reader if `isShown` is false. */
+export function say(text, isShown = true) {
+  const status = byId('status');
+  const isOverOther = status.textContent !== '' && !status.classList.contains('unseen');
+  clearTimeout(fading);
+  status.className = isShown || isOverOther ? '' : 'unseen';
+  status.textContent = text;
+  status.onclick = fade;
+  fading = setTimeout(fade, SAID_TIME);
 }
 
 const HAPPENED = {
@@ -45,10 +60,16 @@ const HAPPENED = {
   service_state_not_requested: 'is no longer requested: the request ran out of time.',
 };
 
-/** Says what a push told. */
-export function sayChange(what, service) {
+/** Says what a push told. A message shows nothing new where `row` shows the state. */
+export function sayChange(what, service, row) {
   if (what === 'services_reordered') say('The services are in another order now.');
-  else if (service && what in HAPPENED) say(`${typed(nameOf(service))} ${HAPPENED[what]}`);
+  if (!service || !(what in HAPPENED)) return;
+  say(`${typed(nameOf(service), 30)} ${HAPPENED[what]}`, !(what.startsWith('service_state_') && isInView(row)));
+}
+
+function isInView(row) {
+  const { top, bottom } = row?.getBoundingClientRect() ?? { top: -1 };
+  return top >= 0 && bottom <= window.innerHeight;
 }
 
 let counting;
@@ -117,15 +138,12 @@ export function timeInWords(services, seconds) {
   return then.startsWith(today) ? time : `${time} on ${then.slice(0, 10)}`;
 }
 
-/** How long a request stays open yet. */
-export function leftInWords(seconds) {
-  if (seconds === Infinity) return 'open until it is cancelled';
-  if (seconds <= 0) return 'about to run out';
-  return seconds < 90 ? `${Math.ceil(seconds)} s left` : `${minutesInWords(Math.ceil(seconds / 60))} left`;
+/** Until when the open request stays so. */
+export function endInWords(services, service) {
+  const left = services.secondsLeft(service);
+  if (left === Infinity) return 'open until it is cancelled';
+  return left > 0 ? `open until ${timeInWords(services, services.now() + left)}` : 'about to run out';
 }
-
-// As long as it takes to see that something moved and to hold back a tap.
-const GRACE = 600;
 
 /** Has taps within the row held back for a moment: what they would do has just changed. */
 export function unsettle(row) {
@@ -141,6 +159,25 @@ function holdBackTaps(event) {
   if (event.detail === 1) say('That changed just now. Please tap again.');
 }
 
+/** A button that shows the whole of the texts around it, which are cut after some lines, or not. */
+export function createMore() {
+  const more = el('button', { type: 'button', className: 'more', hidden: true, ariaExpanded: 'false' }, 'More');
+  more.onclick = () => {
+    const isWhole = more.closest('li').classList.toggle('whole');
+    more.textContent = isWhole ? 'Less' : 'More';
+    more.ariaExpanded = String(isWhole);
+  };
+  return more;
+}
+
+/** Offers that button in the rows where a text is cut. All are measured first: the layout is made once. */
+function offerRest(list) {
+  const buttons = [...list.querySelectorAll('.more')];
+  const isCut = (text) => text.scrollHeight > text.clientHeight + 1;
+  const isOffered = buttons.map((more) => more.ariaExpanded === 'true' || [...more.parentElement.children].some(isCut));
+  buttons.forEach((more, index) => (more.hidden = !isOffered[index]));
+}
+
 /**
  * Makes `list` show services, one row each: `create(service)` makes a row, an `li` with a function
  * `update(service)`. Returns a function that shows a list. Rows stay the same as long as their
@@ -149,6 +186,7 @@ function holdBackTaps(event) {
 export function keepList(list, create) {
   const rows = new Map();
   list.addEventListener('click', holdBackTaps, true);
+  new ResizeObserver(() => offerRest(list)).observe(list);
 
   function arrange(services) {
     const ids = new Set(services.map(({ id }) => id));
@@ -186,6 +224,7 @@ export function keepList(list, create) {
     arrange(services);
     const kept = [focusedRow, ...places.keys()].find((row) => places.has(row) && row.isConnected && isSeen(row));
     if (kept) window.scrollBy(0, kept.getBoundingClientRect().y - places.get(kept).y);
+    offerRest(list);
     for (const [row, before] of places) if (row.isConnected) slide(row, before);
     if (index < 0 || document.activeElement === focused) return;
     // Never to a button of another service, where the next key press would work.

@@ -82,8 +82,10 @@ test('delays are said in words, open requests with their time', async () => {
     await press(page, 'Back');
   }
   await host.run('clock 2024-03-02T23:58:30', 'SEND_REQUEST_EVENT id=7', 'advance 20m');
-  await expectText(card(page, 7).locator('.state'), /^Open since 23:58 on 2024-03-02 · 1 hour 10 minutes left$/);
+  await expectText(card(page, 7).locator('.state'), /^Open since 23:58 on 2024-03-02 · open until 01:28$/);
   await expectText(page.locator('#summary'), /Open requests: .*S.* since 23:58 on 2024-03-02\./);
+  await host.run('advance 1m', ...[1, 4, 5, 6, 8].map((id) => `SEND_REQUEST_EVENT id=${id}`));
+  await expectText(page.locator('#summary'), /^8 entries\. Open requests: (.S. since [^,]*(, | )){3}and 3 more\.$/);
 });
 
 test('the order is changed by dragging, with a finger too, and with the keyboard', async () => {
@@ -119,10 +121,12 @@ test('the order is changed by dragging, with a finger too, and with the keyboard
   await send('touchEnd');
   await expectOrder([4, 2, 3, 1]);
 
+  assert.equal(await page.getByRole('button', { name: /^Move / }).count(), 4, 'a handle is called by what it does');
   await handle(3).focus();
   for (const [key, order] of [['ArrowUp', [4, 3, 2, 1]], ['End', [4, 2, 1, 3]], ['ArrowDown', [4, 2, 1, 3]], ['Home', [3, 4, 2, 1]]]) {
     await page.keyboard.press(key);
     await expectOrder(order);
+    await expectText(page.locator('#status'), new RegExp(`C.* is at place ${order.indexOf(3) + 1} of 4\\.`));
     assert.equal(await page.evaluate(() => document.activeElement.closest('li').dataset.id), '3', key);
   }
 

@@ -17,7 +17,7 @@ const PROPERTY = [
   'ADD_SERVICE name="Luggage help" description="A bellman carries your bags to the lobby or to your room." icon=1 delay=30',
   'ADD_SERVICE name="Valet parking" description="Your car at the front door." icon=3 delay=15 operarequest=VAL01',
   'ADD_SERVICE name=Turndown description="The bed prepared for the night." icon=4 delay=120',
-  'ADD_SERVICE name="Privacy, please" description="Nobody knocks until you say so." icon=6 delay=-1',
+  'ADD_SERVICE name="Privacy, please" description="No knock until you say so." icon=6 delay=-1',
   'ADD_SERVICE name="Room service" description="Dinner and drinks, served in your room." icon=7 delay=5',
   'ADD_SERVICE type=shortcut shortcut_id=42',
   'SEND_REQUEST_EVENT id=4', 'SEND_CANCEL_EVENT id=4', 'SEND_REQUEST_EVENT id=6', 'advance 6m',
@@ -29,7 +29,7 @@ const PHONE = { width: 390, height: 760 };
 
 /** What can be seen where: a view, and what is done there first. */
 const LOOKS = [
-  { name: 'guest', place: '/', viewport: PHONE, act: (page) => expectText(card(page, 3), /11 minutes left/) },
+  { name: 'guest', place: '/', viewport: PHONE, act: (page) => expectText(card(page, 3), /open until 21:26/) },
   {
     name: 'guest-asked', place: '/', viewport: DESKTOP,
     act: async (page) => {
@@ -60,3 +60,47 @@ for (const colorScheme of ['light', 'dark']) {
     }
   });
 }
+
+const LONG_NAME = 'A very long name of a service that does not fit into two lines of any card, however wide the card may be. '.repeat(3);
+
+/** What reaches over the edge of the screen, or is cut by its own box. */
+const overflowing = () => [...document.querySelectorAll('body *')].filter((node) => {
+  const { right, left, width } = node.getBoundingClientRect();
+  if (width === 0 || node.closest('.unseen, option')) return false;
+  const isCut = node.matches('button, nav a, label') && node.scrollWidth > node.clientWidth + 1 && node.clientWidth > 0;
+  return isCut || right > window.innerWidth + 1 || left < -1;
+}).map((node) => node.outerHTML.slice(0, 100));
+
+test('with text of twice the size nothing runs off a phone, and long texts can be read in full', async () => {
+  const host = await startHost(...PROPERTY, `ADD_SERVICE name="${LONG_NAME}" description="Short."`);
+  for (const [place, size] of [['/', 16], ['/', 32], ['/installer', 32], ['/activity', 32]]) {
+    const page = await open(host, place, { viewport: { width: 360, height: 740 } });
+    const browser = await page.context().newCDPSession(page);
+    await browser.send('Page.setFontSizes', { fontSizes: { standard: size, fixed: size } });
+    await page.waitForTimeout(GRACE);
+    const look = async (name) => {
+      await page.screenshot({ path: path.join(folderOf(''), `large-${name}-${size}.png`) });
+      assert.deepEqual(await page.evaluate(overflowing), [], `${place} ${name} at ${size}`);
+    };
+    await look(place.slice(1) || 'guest');
+    if (place === '/activity') continue;
+    const name = card(page, 8).locator('h2');
+    const isCut = () => name.evaluate((node) => node.scrollHeight > node.clientHeight + 1);
+    assert.equal(await isCut(), true);
+    await card(page, 8).getByRole('button', { name: 'More' }).click();
+    assert.equal(await isCut(), false);
+    await look('whole');
+    if (place === '/') continue;
+    await page.getByRole('button', { name: /^Edit .*Valet/ }).click();
+    await look('form');
+  }
+});
+
+test('the current page is marked in forced colours too', async () => {
+  const page = await open(await startHost(...PROPERTY), '/', { forcedColors: 'active' });
+  await page.screenshot({ path: path.join(folderOf(''), 'forced-colours.png') });
+  const link = page.locator('nav a').first();
+  const marked = await link.screenshot();
+  await link.evaluate((node) => node.removeAttribute('aria-current'));
+  assert.ok(!marked.equals(await link.screenshot()), 'it looks like any other');
+});

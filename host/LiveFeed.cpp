@@ -1,5 +1,6 @@
 #include "host/LiveFeed.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -70,7 +71,10 @@ void LiveFeed::SendStatus() {
     Broadcast(line);
   };
   const Lines& notices = session_.GetNotices();
-  while (sentNotices_ < notices.size()) send(NoticeLine(notices[sentNotices_++]));
+  const std::size_t fresh = std::min(session_.GetNoticeCount() - sentNotices_, notices.size());
+  for (std::size_t i = notices.size() - fresh; i < notices.size(); ++i)
+    send(NoticeLine(notices[i]));
+  sentNotices_ = session_.GetNoticeCount();
   if (session_.GetStateHealth() != sentHealth_) {
     sentHealth_ = session_.GetStateHealth();
     send(GetHealthLine());

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/engine/File.h"
+#include "host/live/LogConfig.h"
 #include "host/session/Transcript.h"
 #include "platform/HostLog.h"
 #include "platform/xml/XmlNode.h"
@@ -53,7 +54,7 @@ LiveSession::LiveSession(const Options& options, std::function<Moment()> now)
         return StateKeeper(options.stateFile, [this](const std::string& text) { Notice(text); });
       })) {
   if (!options.logConfig.empty()) {
-    Apply("--log-config", options.logConfig, [&] { qx::ConfigureLog(options.logConfig); });
+    Apply("--log-config", options.logConfig, [&] { ConfigureLog(options.logConfig); });
   }
   if (!options.logLevel.empty()) {
     Apply("--log-level", options.logLevel, [&] { qx::SetLogLevel(options.logLevel); });
@@ -84,7 +85,8 @@ bool LiveSession::StartAgent(const boost::shared_ptr<qx::XmlNode>& state) {
 
 /// Returns the state of the agent that it starts; nothing if `text` holds no state.
 std::optional<std::string> LiveSession::StartFrom(const std::string& text) {
-  const auto document = qx::CreateXmlDocument(text);
+  // Bytes of another encoding would be replaced one by one.
+  const auto document = IsUtf8(text) ? qx::CreateXmlDocument(text) : nullptr;
   if (document && StartAgent(document->GetRoot())) {
     const auto state = Persist();
     if (state->IsName(document->GetRoot()->GetName())) return state->OuterXml();
@@ -177,7 +179,9 @@ boost::shared_ptr<qx::XmlNode> LiveSession::Persist() {
 
 void LiveSession::Notice(const std::string& text) {
   qx::WriteHostError(text);
+  if (notices_.size() == kMostNotices) notices_.erase(notices_.begin());
   notices_.push_back(text);
+  ++noticeCount_;
 }
 
 std::optional<std::int64_t> LiveSession::GetNextDue() {

@@ -59,8 +59,10 @@ class LiveSession : private ILiveSteps {
   /// The agent's time, in seconds since 1970-01-01 00:00:00 UTC.
   std::int64_t GetTime() { return clock_.GetAgentClock().Wall() / 1000; }
   const StateHealth& GetStateHealth() const { return keeper_.GetHealth(); }
-  /// Messages that a person must read, oldest first.
+  /// Messages that a person must read: the latest, 20 at most, oldest first.
   const Lines& GetNotices() const { return notices_; }
+  /// How many there have been.
+  std::size_t GetNoticeCount() const { return noticeCount_; }
 
  private:
   // ILiveSteps
@@ -84,7 +86,9 @@ class LiveSession : private ILiveSteps {
   Lines lines_;  // of the call at work
   std::unique_ptr<Session> session_;
 
+  static constexpr std::size_t kMostNotices = 20;
   Lines notices_;
+  std::size_t noticeCount_ = 0;
   StateKeeper keeper_;
   SessionRecord record_;
   std::string recordedStep_;  // stands for the step at work in the record; "" for none

@@ -28,15 +28,6 @@ bool IsComment(std::string_view line) {
   return line.find_first_not_of(" \t") == std::string_view::npos || line.front() == '#';
 }
 
-bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const int length = qx::Utf8Length(text);
-    if (length < 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(length));
-  }
-  return true;
-}
-
 /// Why a line is not a scenario's; null if it is.
 const char* FindFault(std::string_view line) {
   if (!IsUtf8(line)) return "not UTF-8 text";

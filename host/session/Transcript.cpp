@@ -157,4 +157,13 @@ std::string Quote(std::string_view text) { return '"' + Escape(text, true) + '"'
 
 std::string ToOneLine(std::string_view text) { return Escape(text, false); }
 
+bool IsUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const int length = qx::Utf8Length(text);
+    if (length < 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(length));
+  }
+  return true;
+}
+
 }  // namespace host

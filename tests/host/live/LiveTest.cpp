@@ -1,5 +1,6 @@
 // A live session: its clock, its reload and its export.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <random>
 
@@ -76,11 +77,14 @@ TEST_F(Live, ReloadsWithoutLosingTheState) {
   expect("error " + plugin.string() +
              ": is of another kind: its agents are none, not \"Guest Services\"\n",
          3);
+  for (std::size_t notices = 4; notices < 30; ++notices) Run(session, "reload");
+  EXPECT_EQ(session.GetNotices().size(), 20U);
+  EXPECT_EQ(session.GetNoticeCount(), 29U);
   copy(BROKEN_PLUGINS "/OTHER_STATE.so");
   expect(
       "error the agent's state is <other>, not <guest_services>\n"
       "error left registered: binding:7 timers:1\n",
-      4);
+      20);
 }
 
 TEST_F(Live, LogsThePlaceAndTheStackOfAnAssertion) {
@@ -102,6 +106,31 @@ TEST_F(Live, LogsThePlaceAndTheStackOfAnAssertion) {
   const std::string text = test::ReadFile(log);
   EXPECT_NE(text.find("assertion failed at ServicesAgent:"), std::string::npos) << text;
   EXPECT_NE(text.find("guest-services-agent.so"), std::string::npos) << text;
+}
+
+TEST_F(Live, RefusesALogConfigurationThatIncludesItself) {
+  const std::string one = folder_ / "one";
+  const std::string two = folder_ / "two";
+  const std::string fifo = folder_ / "fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const std::pair<std::string, std::string> cases[] = {
+      {"include " + one, one + ": includes itself"},
+      {"  include\t" + one + "\r", one + ": includes itself"},
+      {"include " + fifo, fifo + ": not a regular file"},
+      {"include " + two + "x", "cannot open " + two + "x: No such file or directory"}};
+  for (const auto& [line, reason] : cases) {
+    test::WriteFile(one, "# include " + fifo + "\ninclude " + two + '\n');
+    test::WriteFile(two, line + '\n');
+    host::LiveSession::Options options;
+    options.plugin = PLUGIN_PATH;
+    options.logConfig = one;
+    try {
+      host::LiveSession session(options, [this] { return now_; });
+      ADD_FAILURE() << line;
+    } catch (const std::runtime_error& error) {
+      EXPECT_EQ(error.what(), "--log-config " + one + ": " + reason);
+    }
+  }
 }
 
 TEST_F(Live, ExportsWhatReplays) {

@@ -30,6 +30,10 @@ TEST_F(Live, StartsFromWhatHoldsAState) {
        "state.xml: " + one + "state.xml.backup: " + one + "state.xml.unreadable: torn <gue\n"},
       {noDate, one,
        "state.xml: " + one + "state.xml.backup: " + one + "state.xml.unreadable: " + noDate},
+      {"<guest_services><guest_service id=\"1\" name=\"Caf\xE9\"/></guest_services>\n", one,
+       "state.xml: " + one + "state.xml.backup: " + one +
+           "state.xml.unreadable: <guest_services><guest_service id=\"1\" name=\"Caf\xE9\"/>"
+           "</guest_services>\n"},
       {"<html><p/></html>\n", "\n",
        "state.xml: <guest_services/>\nstate.xml.backup.unreadable: \n"
        "state.xml.unreadable: <html><p/></html>\n"},

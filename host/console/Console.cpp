@@ -108,11 +108,14 @@ void Console::Read() {
 
 void Console::TakeLines(bool isLast) {
   if (isLast && !text_.empty()) text_ += '\n';
-  for (std::size_t end = 0; input_.is_open() && (end = text_.find('\n')) != std::string::npos;) {
+  for (std::size_t end = 0;
+       input_.is_open() && (end = text_.find('\n', searched_)) != std::string::npos;) {
     const std::string line = text_.substr(0, end);
     text_.erase(0, end + 1);
+    searched_ = 0;
     onLine_(line);
   }
+  searched_ = text_.size();
 }
 
 void Console::Resize() {

@@ -45,7 +45,8 @@ class Console {
   const bool isTerminal_;
   const bool isColoured_;
   std::unique_ptr<LineEditor> editor_;
-  std::string text_;  // of a line without its line end
+  std::string text_;          // of a line without its line end
+  std::size_t searched_ = 0;  // how much of it has no line end
 };
 
 }  // namespace host

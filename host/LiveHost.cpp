@@ -59,7 +59,7 @@ void LiveHost::Listen(const Options& options) {
   site.files = GetPageFiles();
   site.texts["/session.txt"] = [this] {
     CatchUp();
-    return web::Text{"text/plain; charset=utf-8", session_.GetScenario()};
+    return web::Text{"text/plain; charset=utf-8", *session_.GetScenario()};
   };
   site.webSocketPaths = {"/ws"};
   site.handlers.onClient = [this](web::Client& page) {
@@ -160,6 +160,7 @@ void LiveHost::RunLine(const std::string& line, web::Client* page) {
   Step step;
   try {
     step = ReadLine(line, page != nullptr ? Sender::kPage : Sender::kConsole);
+    if (page != nullptr) session_.CheckRoom(step);
   } catch (const StepError& error) {
     return Reply(ToOneLine(line), page, {FormatError(error.what())});
   }

@@ -69,6 +69,11 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"TRACE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL", "OFF"}));
   command
+      .add_option("--max-state", options.session.mostStateSize,
+                  "Refuse a page's step that may take the state above this size")
+      ->type_name("BYTES")
+      ->capture_default_str();
+  command
       .add_option("--log-config", options.session.logConfig,
                   "Configure the log by this property file of log4cplus")
       ->type_name("FILE")

@@ -139,7 +139,8 @@ ID::Timer Host::AddTimer(IDriver& driver, unsigned int period, unsigned int unit
   if (unit != kTimerUnitSeconds || !once) {
     throw std::invalid_argument("a timer that is not in seconds, or does not expire once");
   }
-  return timers_.Add(driver, clock_.Monotonic() + std::int64_t{period} * 1000);
+  const std::int64_t now = clock_.Monotonic();
+  return timers_.Add(driver, now, now + std::int64_t{period} * 1000);
 }
 
 void Host::KillTimer(ID::Timer timer, bool clear) {

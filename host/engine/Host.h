@@ -56,6 +56,8 @@ class Host : private IInstanceManager,
   bool DeliverExpiry();
   /// When the next timer expires, in milliseconds of the monotonic clock.
   std::optional<std::int64_t> GetNextDue() const { return timers_.GetNextDue(); }
+  /// When the only timer was armed, likewise; nothing unless there is exactly one.
+  std::optional<std::int64_t> GetOnlyTimerArmed() const { return timers_.GetOnlyArmed(); }
 
   /// Registers or withdraws the host's own interfaces. The programming manager is registered at
   /// first.

@@ -4,9 +4,9 @@
 
 namespace host {
 
-ID::Timer TimerQueue::Add(IDriver& driver, std::int64_t due) {
+ID::Timer TimerQueue::Add(IDriver& driver, std::int64_t armed, std::int64_t due) {
   const ID::Timer id = lastId_ + 1 != 0 ? lastId_ + 1 : 1;  // 0 means no timer
-  timers_.emplace(due, Timer{id, &driver});
+  timers_.emplace(due, Timer{id, armed, &driver});
   lastId_ = id;
   return id;
 }
@@ -20,6 +20,11 @@ void TimerQueue::Remove(ID::Timer id) {
 std::optional<std::int64_t> TimerQueue::GetNextDue() const {
   if (timers_.empty()) return std::nullopt;
   return timers_.begin()->first;
+}
+
+std::optional<std::int64_t> TimerQueue::GetOnlyArmed() const {
+  if (timers_.size() != 1) return std::nullopt;
+  return timers_.begin()->second.armed;
 }
 
 TimerQueue::Timer TimerQueue::TakeNext() {

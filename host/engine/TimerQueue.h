@@ -13,11 +13,12 @@ class TimerQueue {
  public:
   struct Timer {
     ID::Timer id;
+    std::int64_t armed;  // when it was
     IDriver* driver;
   };
 
-  /// `due` is in milliseconds of the monotonic clock.
-  ID::Timer Add(IDriver& driver, std::int64_t due);
+  /// `armed`, which is now, and `due` are in milliseconds of the monotonic clock.
+  ID::Timer Add(IDriver& driver, std::int64_t armed, std::int64_t due);
   void Remove(ID::Timer id);
   void Clear() { timers_.clear(); }
 
@@ -26,6 +27,9 @@ class TimerQueue {
   /// Takes the timer that is due first out of the queue, earlier armed ones before later ones. The
   /// queue must not be empty.
   Timer TakeNext();
+
+  /// When the only timer was armed; nothing unless there is one.
+  std::optional<std::int64_t> GetOnlyArmed() const;
 
   std::size_t GetSize() const { return timers_.size(); }
 

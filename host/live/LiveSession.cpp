@@ -28,6 +28,13 @@ std::string Describe(const std::vector<std::string>& names) {
   return names.empty() ? "none" : text;
 }
 
+/// How many bytes a step may add to the state.
+std::size_t GetMostGrowth(const Step& step) {
+  constexpr std::size_t kEscaped = 6;  // bytes of the longest escape, "&quot;"
+  constexpr std::size_t kEntry = 512;  // bytes that an entry has without its texts, at most
+  return step.row->effect == Effect::kGrows ? kEntry + kEscaped * step.text.size() : 0;
+}
+
 /// Keeps a flag set while it lives.
 class Raise {
  public:
@@ -50,9 +57,12 @@ LiveSession::LiveSession(const Options& options, std::function<Moment()> now)
                                          [this](const std::string& line) {
                                            if (!isMute_) lines_.push_back(line);
                                          })),
-      keeper_(Apply("--state", options.stateFile, [&] {
-        return StateKeeper(options.stateFile, [this](const std::string& text) { Notice(text); });
-      })) {
+      keeper_(Apply("--state", options.stateFile,
+                    [&] {
+                      return StateKeeper(options.stateFile,
+                                         [this](const std::string& text) { Notice(text); });
+                    })),
+      mostStateSize_(options.mostStateSize) {
   if (!options.logConfig.empty()) {
     Apply("--log-config", options.logConfig, [&] { ConfigureLog(options.logConfig); });
   }
@@ -105,10 +115,7 @@ LiveSession::Lines LiveSession::CatchUp() {
     session_->AdvanceTo(now);
   }
   record_.AddLines(GetSeconds(), lines);
-  // A new agent arms its timer at its start. So a new record begins where the agent armed its own:
-  // the expiries of the replay come at the same moments.
-  const bool isJustArmed = due && *due == clock_.GetAgentClock().Monotonic();
-  if (record_.IsLong() && isJustArmed) BeginRecord();
+  if (record_.IsLong()) BeginRecord();
   if (clock_.FollowWall()) {
     const std::string step = GetClockStep();
     record_.AddStep(GetSeconds(), step, {}, GetSeconds());
@@ -117,16 +124,32 @@ LiveSession::Lines LiveSession::CatchUp() {
   return lines;
 }
 
+void LiveSession::CheckRoom(const Step& step) {
+  const std::size_t growth = GetMostGrowth(step);
+  if (growth == 0) return;
+  const auto fits = [&] { return stateSize_ + growth <= mostStateSize_; };
+  if (!fits() && !isStateSizeExact_ && Try([&] { PersistText(); })) stateSize_ = 0;
+  if (!fits()) {
+    throw StepError("no room: the state has " + std::to_string(stateSize_) + " of " +
+                    std::to_string(mostStateSize_) + " bytes, and this step may add " +
+                    std::to_string(growth));
+  }
+}
+
 LiveSession::Lines LiveSession::RunStep(const Step& step, bool isRecorded) {
   const std::int64_t begin = clock_.GetAgentClock().Monotonic();
   recordedStep_ = step.row->Admits(Sender::kScenario) ? step.text : "";
-  Lines lines = Call([&] { host::RunStep({*session_, this}, step); });
+  const bool mayChangeState = step.row->effect != Effect::kNone;
+  if (mayChangeState) isStateSizeExact_ = false;
+  stateSize_ += GetMostGrowth(step);
+  Lines lines = Call([&] { host::RunStep({*session_, this}, step); }, mayChangeState);
   const std::int64_t end = clock_.GetAgentClock().Monotonic();
   clock_.OnAdvanced(end - begin);
   if (isRecorded && !recordedStep_.empty()) {
     record_.AddStep(begin / 1000, recordedStep_, lines, end / 1000);
   }
   if (lines.empty()) record_.NoteSetting(step);
+  if (record_.IsLong()) BeginRecord();
   return lines;
 }
 
@@ -154,20 +177,27 @@ void LiveSession::Reload() {
 }
 
 void LiveSession::Export(const std::string& path) {
-  WriteFile(path, record_.GetText(), FileMode::kNew);
+  WriteFile(path, *record_.GetText(), FileMode::kNew);
 }
 
-LiveSession::Lines LiveSession::Call(const std::function<void()>& action) {
+LiveSession::Lines LiveSession::Call(const std::function<void()>& action, bool mayChangeState) {
   if (isCalling_) throw std::logic_error("a re-entrant call of the live session");
   const Raise calling(isCalling_);
   lines_.clear();
   action();
-  Save();
+  if (mayChangeState || GetStateHealth().kind == StateHealth::Kind::kFailed) Save();
   return std::exchange(lines_, {});
 }
 
 void LiveSession::Save() {
-  keeper_.Save([this] { return Persist()->OuterXml(); });
+  keeper_.Save([this] { return PersistText(); });
+}
+
+std::string LiveSession::PersistText() {
+  std::string text = Persist()->OuterXml();
+  stateSize_ = text.size();
+  isStateSizeExact_ = true;
+  return text;
 }
 
 boost::shared_ptr<qx::XmlNode> LiveSession::Persist() {
@@ -192,12 +222,18 @@ std::optional<std::int64_t> LiveSession::GetNextDue() {
 
 void LiveSession::BeginRecord() {
   std::string state = "none";  // without an agent, or with one that gives no state
-  Try([&] { state = Quote(Persist()->OuterXml()); });
-  record_.Begin(GetSeconds(), GetClockStep(), "restart state=" + state);
+  Try([&] { state = Quote(PersistText()); });
+  // A new agent arms its timer at its start. So the record begins when this one armed its own, with
+  // the state of now: the expiries of the replay come at the same moments.
+  const std::int64_t now = GetSeconds();
+  const auto armed = session_->GetHost().GetOnlyTimerArmed();
+  const std::int64_t begin = armed ? *armed / 1000 : now;
+  record_.Begin(
+      {now, begin, armed.has_value(), GetClockStep(now - begin), "restart state=" + state});
 }
 
-std::string LiveSession::GetClockStep() {
-  return "clock " + FormatTime(clock_.GetAgentClock().Wall());
+std::string LiveSession::GetClockStep(std::int64_t ago) {
+  return "clock " + FormatTime(clock_.GetAgentClock().Wall() - ago * 1000);
 }
 
 }  // namespace host

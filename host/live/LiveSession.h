@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -31,6 +32,7 @@ class LiveSession : private ILiveSteps {
     std::string logConfig;  // log4cplus's property file; "" for none
     std::string logLevel;   // "" for the level in `logConfig`, or INFO
     bool verbose = false;
+    std::size_t mostStateSize = std::size_t{8} << 20;  // bytes; for `CheckRoom` only
   };
 
   /// Loads the plug-in. Throws `PluginError`, and `std::runtime_error` that names the option when
@@ -46,13 +48,17 @@ class LiveSession : private ILiveSteps {
   /// Advances the clock to now, and delivers the timer expiries on the way. To be called before
   /// `RunStep`.
   Lines CatchUp();
+  /// Throws `StepError` if the step might take the state above `Options::mostStateSize`. For the
+  /// steps of pages: a longer state that is loaded or made on the console is kept.
+  void CheckRoom(const Step& step);
   /// Carries out a step. The record keeps it unless `isRecorded` is false.
   Lines RunStep(const Step& step, bool isRecorded = true);
-  /// Saves a state that could not be saved before.
+  /// Saves the state, also one that could not be saved before.
   void Save();
 
-  /// The session so far, as a scenario that replays. Valid until the next call.
-  const std::string& GetScenario() const { return record_.GetText(); }
+  /// The session so far, as a scenario that replays. The text does not change when the session
+  /// goes on.
+  std::shared_ptr<const std::string> GetScenario() const { return record_.GetText(); }
 
   /// When the next timer expires, in milliseconds of the system's steady clock.
   std::optional<std::int64_t> GetNextDue();
@@ -69,14 +75,17 @@ class LiveSession : private ILiveSteps {
   void Reload() override;
   void Export(const std::string& path) override;
 
-  Lines Call(const std::function<void()>& action);
+  /// Saves after `action` if it may have changed the state, or if the last save failed.
+  Lines Call(const std::function<void()>& action, bool mayChangeState = true);
   bool StartAgent(const boost::shared_ptr<qx::XmlNode>& state);
   std::optional<std::string> StartFrom(const std::string& text);
   boost::shared_ptr<qx::XmlNode> Persist();
+  std::string PersistText();
   void Notice(const std::string& text);
   void BeginRecord();
   std::int64_t GetSeconds() { return clock_.GetAgentClock().Monotonic() / 1000; }
-  std::string GetClockStep();
+  /// The step that sets the clock to `ago` seconds before now.
+  std::string GetClockStep(std::int64_t ago = 0);
 
   LiveClock clock_;
   const std::string pluginPath_;
@@ -90,6 +99,9 @@ class LiveSession : private ILiveSteps {
   Lines notices_;
   std::size_t noticeCount_ = 0;
   StateKeeper keeper_;
+  const std::size_t mostStateSize_;
+  std::size_t stateSize_ = 0;  // bytes, at most
+  bool isStateSizeExact_ = false;
   SessionRecord record_;
   std::string recordedStep_;  // stands for the step at work in the record; "" for none
 };

@@ -10,15 +10,22 @@ void SessionRecord::NoteSetting(const Step& step) {
   }
 }
 
-void SessionRecord::Begin(std::int64_t moment, const std::string& clock,
-                          const std::string& restart) {
-  moment_ = moment;
-  text_.clear();
-  Add("> " + clock);
-  Add("> " + restart);
+void SessionRecord::Begin(const Beginning& beginning) {
+  moment_ = beginning.armed;
+  text_ = std::make_shared<std::string>();
+  if (!beginning.isExact) Add("# The agent has not one timer: expiries may come at other moments.");
+  Add("> " + beginning.clock);
+  Add("> " + beginning.restart);
   for (const auto& setting : settings_) Add("> " + setting.second);
   const std::string level = qx::GetLogLevel();
   if (level != "INFO") Add("> loglevel " + level);
+  if (beginning.moment > moment_) AddPassage(beginning.moment);
+  beginningSize_ = text_->size();
+}
+
+void SessionRecord::Add(const std::string& line) {
+  if (text_.use_count() > 1) text_ = std::make_shared<std::string>(*text_);
+  (*text_ += line) += '\n';
 }
 
 void SessionRecord::AddStep(std::int64_t moment, const std::string& step,

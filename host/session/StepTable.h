@@ -29,12 +29,20 @@ struct StepContext {
   ILiveSteps* live;  // null in a scenario
 };
 
+/// What a step may do to the agent's state.
+enum class Effect {
+  kNone,     // nothing
+  kChanges,  // change it, by no more than numbers and an order
+  kGrows,    // add as much to it as its text has, in escaped form
+};
+
 /// A row of the step table: one kind of step.
 struct StepRow {
   std::string_view usage;  // the step's name first
   std::string_view meaning;
   unsigned int senders;  // the bits of the senders that may send it
-  bool isQuery;          // changes nothing: its lines go to its sender alone
+  bool isQuery;          // its lines go to its sender alone
+  Effect effect;
   void (*run)(const StepContext& context, const Step& step);
 
   std::string_view GetName() const { return usage.substr(0, usage.find(' ')); }

@@ -109,6 +109,22 @@ class LiveHost(unittest.TestCase):
         client.send("REMOVE_SERVICE id=1")
         self.assertIn('state="ok"', client.wait_for("! health"))
 
+    def test_limits_what_pages_add_to_the_state(self):
+        host = self.start("--max-state", "2000")
+        client = self.client(host)
+        client.send(f"ADD_SERVICE name={'x' * 300}")
+        self.assertRegex(client.wait_for("error"), "^error no room: the state has 17 of 2000 bytes")
+        client.send("ADD_SERVICE name=Taxi")
+        client.wait_for("push")
+        host.process.stdin.write(f"ADD_SERVICE name={'x' * 3000}\n")
+        host.process.stdin.flush()
+        client.wait_for("push")
+        client.send("ADD_SERVICE name=Valet")
+        client.wait_for("error no room")
+        for step in ("SEND_REQUEST_EVENT id=1", "REMOVE_SERVICE id=2", "ADD_SERVICE name=Valet"):
+            client.send(step)
+            client.wait_for("push")
+
     def test_a_line_being_edited_is_not_disturbed(self):
         terminal = self.start_in_terminal()
         terminal.send("ADD\tna\tTaxi")

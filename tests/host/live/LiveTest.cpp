@@ -133,6 +133,15 @@ TEST_F(Live, RefusesALogConfigurationThatIncludesItself) {
   }
 }
 
+void ExpectReplays(host::LiveSession& session, const fs::path& file) {
+  EXPECT_EQ(
+      Join(session.RunStep(host::ReadStep("export " + file.string(), host::Sender::kConsole))), "");
+  const auto exported = host::Scenario::Read(file);
+  EXPECT_EQ(host::ReplayScenario(test::GetPlugin(), exported, false, nullptr).GetLines(),
+            exported.GetLines())
+      << file;
+}
+
 TEST_F(Live, ExportsWhatReplays) {
   const char* const steps[] = {"ADD_SERVICE name='Fit for a \"King\"' delay=1",
                                "ADD_SERVICE delay=0",
@@ -162,14 +171,28 @@ TEST_F(Live, ExportsWhatReplays) {
       Run(session, steps[random() % std::size(steps)]);
       session.RunStep(host::ReadStep("ui GET_ALL_SERVICES", host::Sender::kPage), false);
     }
-    EXPECT_EQ(Join(Run(session, "export " + file.string())), "");
+    ExpectReplays(session, file);
     EXPECT_EQ(Join(Run(session, "export " + file.string())),
               "error cannot open " + file.string() + ": File exists\n");
-    const auto exported = host::Scenario::Read(file);
-    EXPECT_EQ(host::ReplayScenario(test::GetPlugin(), exported, false, nullptr).GetLines(),
-              exported.GetLines())
-        << "seed " << seed;
   }
+}
+
+TEST_F(Live, BoundsItsRecordAtOnce) {
+  const std::string start = "EDIT_SERVICE guest_service='<guest_service id=\"1\" delay=\"1\" ";
+  host::LiveSession session = Open(false);
+  session.Start();
+  Run(session, "ADD_SERVICE name=Valet delay=1");
+  const auto first = session.GetScenario();
+  const std::string firstText = *first;
+  for (int i = 0; i < 60; ++i) {
+    Pass(i % 7 * 1000);
+    session.CatchUp();
+    Run(session, start + "name=\"" + std::string(60000, static_cast<char>('a' + i % 26)) + "\"/>'");
+    if (i % 5 == 0) Run(session, "SEND_REQUEST_EVENT id=1");
+    EXPECT_LT(session.GetScenario()->size(), 1400000U);
+    if (i % 4 == 0) ExpectReplays(session, folder_ / ("export-" + std::to_string(i)));
+  }
+  EXPECT_EQ(*first, firstText);
 }
 
 }  // namespace

@@ -201,6 +201,10 @@ TEST_F(Live, KeepsWhatAnotherProgramWrites) {
   host::LiveSession session = Open();
   session.Start();
   fs::remove(file);
+  for (const char* const query : {"GET_ALL_SERVICES", "ui GET_ALL_SERVICES", "verbose off"}) {
+    Run(session, query);
+    EXPECT_EQ(Show(), "") << "this changes no state: " << query;
+  }
   session.Save();  // at the end
   EXPECT_EQ(Show(), "state.xml: <guest_services/>\n");
 }

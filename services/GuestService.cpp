@@ -62,12 +62,12 @@ void GuestService::FromXml(const boost::shared_ptr<qx::XmlNode>& element) {
     request_time = ParseDateTime(time->GetAttribute("DATETIME"));
     return;
   }
-  const int year = time->GetAttributeNumber("YEAR");
-  const int month = time->GetAttributeNumber("MONTH");
-  const int day = time->GetAttributeNumber("DAY");
-  const int hour = time->GetAttributeNumber("HOUR");
-  const int minute = time->GetAttributeNumber("MIN");
   const int second = time->GetAttributeNumber("SEC");
+  const int minute = time->GetAttributeNumber("MIN");
+  const int hour = time->GetAttributeNumber("HOUR");
+  const int day = time->GetAttributeNumber("DAY");
+  const int month = time->GetAttributeNumber("MONTH");
+  const int year = time->GetAttributeNumber("YEAR");
   request_time = QxTime(year, month, day, hour, minute, second);
 }
 

@@ -10,16 +10,10 @@ namespace qx {
 /// name is.
 class NameSet {
  public:
-  /// Every name is in it.
-  static NameSet All() { return NameSet(~std::uint64_t{0}); }
-  NameSet() = default;
-
   void Add(std::string_view name) { bits_ |= BitOf(name); }
   bool MayContain(std::string_view name) const { return (bits_ & BitOf(name)) != 0; }
 
  private:
-  explicit NameSet(std::uint64_t bits) : bits_(bits) {}
-
   static std::uint64_t BitOf(std::string_view name) {
     std::size_t hash = name.size();
     if (!name.empty()) {

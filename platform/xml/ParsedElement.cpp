@@ -145,12 +145,16 @@ ParsedElement::ParsedElement(const WrittenElement& element) {
   source_ = source;
   node_ = source->GetRoot();
   if (element.GetName().empty()) node_.set_name("");
+  next_ = node_.first_attribute();
 }
 
 const char* ParsedElement::FindAttribute(std::string_view name) const {
-  if (passed_.MayContain(name)) {
-    next_ = node_.first_attribute();
-    passed_ = NameSet();
+  if (!name.empty() && passed_.MayContain(name)) {
+    for (auto passed = node_.first_attribute(); passed != next_; passed = passed.next_attribute()) {
+      const char* const candidate = passed.name();
+      const bool isLikely = *candidate == name.front();  // saves most comparisons
+      if (isLikely && name == candidate) return passed.value();
+    }
   }
   // After the last attribute there is a null one. Its name is empty, as no other's is.
   for (;;) {
@@ -169,7 +173,8 @@ ParsedElement ParsedElement::GetFirstChild() const {
 
 void ParsedElement::MoveToNextSibling() {
   node_ = FirstElement(node_.next_sibling());
-  passed_ = NameSet::All();
+  next_ = node_.first_attribute();
+  passed_ = NameSet();
 }
 
 std::string ParsedElement::GetOuterXml() const {

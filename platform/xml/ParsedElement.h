@@ -36,7 +36,7 @@ class ParsedElement {
   ParsedElement() = default;
   /// `node` is an element of `source`, or null for no element.
   ParsedElement(const boost::shared_ptr<const ParsedText>& source, pugi::xml_node node)
-      : source_(source), node_(node) {}
+      : source_(source), node_(node), next_(node.first_attribute()) {}
   /// The element that was written, parsed.
   explicit ParsedElement(const WrittenElement& element);
 
@@ -59,10 +59,10 @@ class ParsedElement {
  private:
   boost::shared_ptr<const ParsedText> source_;
   pugi::xml_node node_;
-  // Attributes are mostly read in the order in which they stand. A look-up goes on at `next_`,
-  // after `passed_`, if none of those can have the name.
+  // Attributes are mostly read in the order in which they stand. So a look-up begins at `next_`,
+  // but for a name that may be among those before it.
   mutable pugi::xml_attribute next_;
-  mutable NameSet passed_ = NameSet::All();
+  mutable NameSet passed_;
 };
 
 }  // namespace qx

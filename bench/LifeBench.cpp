@@ -21,7 +21,7 @@ void LoadToRunning(benchmark::State& state) {
     agent.reset();
     plugin.reset();
     state.ResumeTiming();
-    plugin.emplace(PLUGIN_PATH);
+    plugin.emplace(PLUGIN_PATH);  // from a copy: the harness has the file loaded
     agent.emplace(text, *plugin);
   }
 }

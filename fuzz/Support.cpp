@@ -69,7 +69,7 @@ void CheckedSession::Run(const std::string& step) {
   const auto ids = IdsOf(list_);
   const bool areUnique = std::adjacent_find(ids.begin(), ids.end()) == ids.end();
   if (step != "restart" && step.find("restart") != std::string::npos) {
-    isUnique_ = areUnique;  // with whatever state
+    isUnique_ = areUnique;  // with any state
   } else {
     const bool hasFailed = !lines.empty() && lines.back().rfind("error ", 0) == 0;
     Require(before == list_ || !(hasFailed || step == "restart"), before + " became " + list_);

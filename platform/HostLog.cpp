@@ -47,10 +47,12 @@ void ConfigureLog(const std::string& path) {
 
 void WriteHostError(const std::string& text) {
   Logger::initialize();
-  IHost* const host = GetCurrentHost();
-  SetCurrentHost(nullptr);
+  struct WithoutHost {
+    WithoutHost() { SetCurrentHost(nullptr); }
+    ~WithoutHost() { SetCurrentHost(host); }
+    IHost* const host = GetCurrentHost();
+  } const withoutHost;
   log4cplus::Logger::getRoot().log(log4cplus::ERROR_LOG_LEVEL, text, "host");
-  SetCurrentHost(host);
 }
 
 }  // namespace qx

@@ -12,7 +12,7 @@ class PLATFORM_API QxTime {
   /// 1970-01-01 00:00:00.
   QxTime();
   QxTime(int year, int month, int day, int hour, int minute, int second);
-  /// From seconds since 1970-01-01 00:00:00 UTC, 64 bits wide whatever the width of `long`.
+  /// From seconds since 1970-01-01 00:00:00 UTC, 64 bits wide for any width of `long`.
   explicit QxTime(const long& seconds);
   explicit QxTime(const long long& seconds);
   /// The same from an `int`, which would be ambiguous between the two.

@@ -23,7 +23,7 @@ misuse() {
   exit 2
 }
 
-# A command that fails ends the script with status 1, whatever its own.
+# A command that fails ends the script with status 1, not with its own.
 set -o errtrace
 trap 'exit 1' ERR
 

@@ -19,7 +19,7 @@ Host::Host(Clock& clock, IHostListener& listener)
 }
 
 Host::~Host() {
-  Destroy();
+  DropAgent();
   qx::SetCurrentHost(previousHost_);
 }
 
@@ -28,7 +28,7 @@ void Host::Create(const PluginLibrary& plugin) {
   try {
     agent_ = plugin.CreateAgent(*this);
   } catch (...) {
-    Destroy();  // drops the registrations, which would dangle
+    DropAgent();  // its registrations would dangle
     throw;
   }
 }
@@ -42,12 +42,23 @@ void Host::LateInitialize() { GetAgent().LateInitialize(); }
 
 std::string Host::Destroy() {
   agent_.reset();
-  std::string left = DescribeRegistrations();
+  std::string left;
+  try {
+    left = DescribeRegistrations();
+  } catch (...) {
+    DropAgent();
+    throw;
+  }
+  DropAgent();
+  return left;
+}
+
+void Host::DropAgent() noexcept {
+  agent_.reset();
   interfaces_.clear();
   bindings_.clear();
   listeners_.clear();
   timers_.Clear();
-  return left;
 }
 
 IDriver& Host::GetAgent() {
@@ -66,11 +77,13 @@ boost::shared_ptr<qx::XmlNode> Host::Request(const ICmdMessage& message) {
 boost::shared_ptr<qx::XmlNode> Host::Persist() { return GetAgent().GetPersistXml(); }
 
 void Host::SendEvent(const qx::SystemEventData* data) {
-  const auto listeners = listeners_;  // a listener may withdraw itself or others in its call
-  for (const auto& listener : listeners) {
-    if (listeners_.count(listener) != 0) {
-      listener.first->OnSystemEvent(qx::response::IResponse(), data);
-    }
+  std::set<ISystemEventCallback*>
+      listeners;  // a listener may withdraw itself or others in its call
+  for (const auto& registration : listeners_) listeners.insert(registration.first);
+  for (ISystemEventCallback* const listener : listeners) {
+    const auto registration = listeners_.lower_bound({listener, 0});
+    const bool isRegistered = registration != listeners_.end() && registration->first == listener;
+    if (isRegistered) listener->OnSystemEvent(qx::response::IResponse(), data);
   }
 }
 

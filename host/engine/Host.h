@@ -42,11 +42,12 @@ class Host : private IInstanceManager,
   void Initialize(const boost::shared_ptr<qx::XmlNode>& state);
   void LateInitialize();
   /// Destroys the agent, if there is one. Returns the registrations that the agent left, as
-  /// `DescribeRegistrations` does, and drops them.
+  /// `DescribeRegistrations` does, and drops them. Throws `std::bad_alloc` only; the registrations
+  /// are dropped then.
   std::string Destroy();
   bool HasAgent() const { return agent_ != nullptr; }
 
-  // Calls to the agent. They throw `std::logic_error` without an agent.
+  // Calls to the agent. The first three throw `std::logic_error` without an agent.
   void Execute(const ICmdMessage& message, ICmdReturn* answer);
   boost::shared_ptr<qx::XmlNode> Request(const ICmdMessage& message);
   boost::shared_ptr<qx::XmlNode> Persist();
@@ -103,6 +104,8 @@ class Host : private IInstanceManager,
   void ForwardRequest(const std::string& source, const std::string& requestCode) override;
 
   IDriver& GetAgent();
+  /// Destroys the agent and drops its registrations. Allocates nothing.
+  void DropAgent() noexcept;
   void SetInterface(const char* id, void* instance);
 
   Clock& clock_;

@@ -156,6 +156,7 @@ LiveSession::Lines LiveSession::RunStep(const Step& step, bool isRecorded) {
 void LiveSession::Reload() {
   constexpr const char* kRefused = "the plug-in was not reloaded; the previous one goes on";
   std::unique_ptr<PluginLibrary> next;
+  std::optional<Failure> failure;
   try {
     next = std::make_unique<PluginLibrary>(pluginPath_);
     if (next->GetAgentNames() != plugin_->GetAgentNames()) {
@@ -163,12 +164,15 @@ void LiveSession::Reload() {
                         Describe(next->GetAgentNames()) + ", not " +
                         Describe(plugin_->GetAgentNames()));
     }
+    failure = session_->Replace(*next);
   } catch (const std::exception&) {
     Notice(kRefused);
     throw;
   }
-  if (session_->Replace(*next)) {
-    Notice(kRefused);
+  if (failure) {
+    const bool hasAgent = session_->GetHost().HasAgent();
+    Notice(hasAgent ? kRefused
+                    : "the plug-in was not reloaded, and the previous one does not start");
     BeginRecord();  // no step replays the failure
   } else {
     plugin_ = std::move(next);

@@ -32,8 +32,7 @@ Session::Session(const PluginLibrary& plugin, Clock& clock, LineSink sink)
 }
 
 Session::~Session() {
-  sink_ = [](const std::string&) {};
-  host_.Destroy();
+  sink_ = [](const std::string&) {};  // the host destroys the agent
 }
 
 std::optional<Failure> Session::Start(const boost::shared_ptr<qx::XmlNode>& state) {
@@ -50,7 +49,7 @@ std::optional<Failure> Session::Restart(const boost::shared_ptr<qx::XmlNode>& st
 }
 
 std::optional<Failure> Session::Replace(const PluginLibrary& plugin) {
-  const auto state = CopyState();
+  const auto state = host_.HasAgent() ? CopyState() : nullptr;
   const PluginLibrary* const before = std::exchange(plugin_, &plugin);
   auto failure = Restart(state);
   if (!failure) failure = Guard([&] { CheckRoot(host_.Persist(), state); });

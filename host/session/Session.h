@@ -46,7 +46,7 @@ class Session : private IHostListener {
   std::optional<Failure> Restart(const boost::shared_ptr<qx::XmlNode>& state);
   /// Restarts with an agent of `plugin`, which must outlive the session, and the state of the
   /// present agent. On failure, or when the new agent's state has another root name, restarts with
-  /// the previous plug-in and returns why. Throws what the
+  /// the previous plug-in and returns why; there is no agent if that fails, too. Throws what the
   /// agent throws when it is asked for its state; the agent goes on then.
   std::optional<Failure> Replace(const PluginLibrary& plugin);
   /// The agent's state as a new agent would read it; null if the agent gives none.

@@ -110,7 +110,8 @@ void RunRestart(const StepContext& context, const Step& step) {
   if (step.words.size() != 1 || word.key != "state") throw UsageError(step);
   const bool isNone = word.value == "none" && !word.isQuoted;
   const auto state = isNone ? nullptr : ParseState(word.value);
-  context.session.GetHost().Persist();  // as before every end of an agent
+  // Every restart asks the agent for its state first, as a host does that saves it.
+  context.session.GetHost().Persist();
   context.session.Restart(state);
 }
 

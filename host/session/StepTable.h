@@ -16,8 +16,8 @@ class ILiveSteps {
  public:
   virtual ~ILiveSteps() = default;
 
-  /// Loads the plug-in's file again and hands the state over. Throws `std::exception` on failure;
-  /// the previous plug-in goes on then.
+  /// Loads the plug-in's file again and hands the state over. Throws `std::exception` when the file
+  /// cannot be loaded. If its agent does not start, prints why and starts the previous plug-in's.
   virtual void Reload() = 0;
   /// Writes the session so far to a new file. Throws `std::system_error`.
   virtual void Export(const std::string& path) = 0;
@@ -62,7 +62,8 @@ struct StepTable {
 /// for a step that this sender may not send.
 Step ReadStep(std::string_view line, Sender sender);
 
-/// Carries a step out. A failure becomes an `error` line of the session.
+/// Carries out a step of `ReadStep`. A failure becomes an `error` line of the session.
+/// `context.live` is set unless the step was read as a scenario's.
 void RunStep(const StepContext& context, const Step& step);
 
 /// Reads a scenario's line and carries it out. Every failure becomes an `error` line.

@@ -70,9 +70,9 @@ struct RestOf {
   std::string operator()(const TimerKilled&) const { return ""; }
   std::string operator()(const Push& call) const { return ' ' + call.element.OuterXml(); }
   std::string operator()(const Bound& call) const {
-    std::string line = ' ' + Number(call.bindingId) + ' ' + call.message.GetCommand();
+    std::string line = ' ' + Number(call.bindingId) + ' ' + ToOneLine(call.message.GetCommand());
     for (const auto& param : call.message.GetParams()) {
-      line += ' ' + param.name + ':' + param.type + '=' + Number(param.value);
+      line += ' ' + ToOneLine(param.name) + ':' + ToOneLine(param.type) + '=' + Number(param.value);
     }
     return line;
   }

@@ -33,7 +33,7 @@ class Client : public std::enable_shared_from_this<Client> {
   };
   using Request = boost::beast::http::request<boost::beast::http::string_body>;
 
-  /// For the connection that the WebSocket began as. `path` is the request's, without its query.
+  /// Takes over the socket of the HTTP connection. `path` is the request's, without its query.
   /// The client holds `place` until it is destroyed.
   Client(boost::asio::ip::tcp::socket socket, std::string path,
          std::shared_ptr<const Handlers> handlers, const Limits& limits,

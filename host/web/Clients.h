@@ -25,7 +25,7 @@ class Clients {
   /// How many there are, with those whose WebSocket is being opened or closed.
   std::size_t GetCount() const;
 
-  /// For the connection that a client began as.
+  /// Adds a client. Called by `Connection`.
   void Enter(const std::shared_ptr<Client>& client);
 
  private:

@@ -71,7 +71,7 @@ void ExpectWhole(const Entries& entries, const Entries& before, const Entries& a
 
 void ExpectTimerArmed(World& world) {
   if (!world.GetHost().GetNextDue()) {
-    EXPECT_TRUE(world.WasLastCallToArm()) << "nobody tried to arm the timer";
+    EXPECT_TRUE(world.WasLastCallToArm()) << "the timer was not armed";
     world.GetHost().LateInitialize();
   }
   EXPECT_NE(world.GetHost().DescribeRegistrations().find("timers:1"), std::string::npos);

@@ -29,7 +29,7 @@ class Host:
             self.start_lines.append(line)
             page = re.match(r"! page http://.*:(\d+)/", line)
         self.port = int(page.group(1))
-        # Nobody reads the pipe otherwise, and the host would wait.
+        # An unread pipe would block the host.
         self.reader = threading.Thread(target=lambda: self.rest.extend(self.process.stdout))
         self.reader.start()
 

@@ -32,7 +32,7 @@ TEST(PluginLibrary, MayLeaveNothingBehind) {
     host::Session session(plugin, clock, [&](const std::string& line) { lines += line + '\n'; });
     session.SetVerbose(true);
     session.Start();
-    // Nobody who is gone is called.
+    // A destroyed agent is not called.
     for (const char* const step : {"advance 1m", "event none", "restart"})
       host::RunScenarioLine(session, step);
     EXPECT_EQ(lines, c.lines);

@@ -13,7 +13,7 @@ namespace {
 [[maybe_unused]] const bool isLoaded = (std::abort(), true);
 #endif
 
-/// Known to nobody but this library.
+/// A type that only this library has.
 class Fault : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

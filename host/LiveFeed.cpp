@@ -86,6 +86,12 @@ void LiveFeed::SendStatus() {
   }
 }
 
+void LiveFeed::SendNotice(const std::string& text) {
+  const std::string line = NoticeLine(text);
+  console_.Print(line);
+  Broadcast(line);
+}
+
 void LiveFeed::SendClock() {
   sentTime_ = session_.GetTime();
   Broadcast(ClockLine(sentTime_));

@@ -34,6 +34,8 @@ class LiveFeed {
   /// Sends the notices and the health that changed since the last time, and the clock if it was
   /// set.
   void SendStatus();
+  /// Sends a notice that is not kept for later pages.
+  void SendNotice(const std::string& text);
   /// Sends the clock to the pages.
   void SendClock();
 

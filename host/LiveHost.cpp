@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <memory>
+#include <new>
 #include <sstream>
 #include <stdexcept>
 
@@ -59,7 +62,7 @@ void LiveHost::Listen(const Options& options) {
   site.files = GetPageFiles();
   site.texts["/session.txt"] = [this] {
     CatchUp();
-    return web::Text{"text/plain; charset=utf-8", *session_.GetScenario()};
+    return web::Text{"text/plain; charset=utf-8", session_.GetScenario()};
   };
   site.webSocketPaths = {"/ws"};
   site.handlers.onClient = [this](web::Client& page) {
@@ -69,6 +72,7 @@ void LiveHost::Listen(const Options& options) {
   site.handlers.onLine = [this](web::Client& page, const std::string& line) {
     OnPageLine(page, line);
   };
+  site.onProblem = [this](const std::string& problem) { feed_.SendNotice(problem); };
   try {
     site.access = web::Access(options.proxyNames);
   } catch (const std::exception& error) {
@@ -92,13 +96,25 @@ bool LiveHost::Run() {
   AwaitSignal();
   ArmClock();
   ArmTimer();
-  io_.run();
+  RunLoop();
 
   console_.Close();
   if (server_) server_->Close();
   session_.Save();
   feed_.SendStatus();
   return session_.GetStateHealth().kind != StateHealth::Kind::kFailed;
+}
+
+void LiveHost::RunLoop() {
+  for (;;) {
+    try {
+      io_.run();
+      return;
+    } catch (const std::bad_alloc&) {
+      // It ended the operation that it passed out of, such as a page's connection.
+      std::fputs("error: out of memory\n", stderr);
+    }
+  }
 }
 
 void LiveHost::AwaitSignal() {

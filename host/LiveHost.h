@@ -34,6 +34,8 @@ class LiveHost {
 
  private:
   void Listen(const Options& options);
+  /// Runs until `io_` is stopped, also when memory runs out.
+  void RunLoop();
   void AwaitSignal();
   void OnSignal(int signal);
   void ArmTimer();

@@ -64,6 +64,11 @@ Access::Access(const std::vector<std::string>& proxyNames)
   }
 }
 
+void Access::AllowAddress(const boost::asio::ip::address& address) {
+  const std::string text = address.to_string();
+  names_.push_back(address.is_v6() ? '[' + text + ']' : text);
+}
+
 bool Access::IsHostAllowed(std::string_view host) const {
   const std::string name = NameOf(host);
   return Contains(names_, name) || Contains(proxyNames_, name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/asio/ip/address.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ class Access {
   /// proxies. Throws `std::invalid_argument` for a name with anything but letters, digits, "-" and
   /// ".".
   explicit Access(const std::vector<std::string>& proxyNames);
+
+  /// Also allows the address as a name.
+  void AllowAddress(const boost::asio::ip::address& address);
 
   /// Whether a request with that `Host` header, with any port or none, is answered.
   bool IsHostAllowed(std::string_view host) const;

@@ -1,8 +1,12 @@
 #include "host/web/Client.h"
 
+#include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
+#include <exception>
 #include <utility>
+
+#include "host/web/Headers.h"
 
 namespace web {
 namespace {
@@ -10,20 +14,28 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using boost::system::error_code;
 
+/// A long line goes in frames of this many bytes, so that the progress of a slow client shows.
+constexpr std::size_t kFrameSize = std::size_t{64} << 10;
+
 }  // namespace
 
-Client::Client(boost::asio::ip::tcp::socket socket, std::string path,
-               std::shared_ptr<const Handlers> handlers, const Limits& limits,
+Client::Client(Socket socket, std::string path, std::shared_ptr<Shared> shared,
                std::shared_ptr<const void> place)
     : path_(std::move(path)),
-      handlers_(std::move(handlers)),
-      mostWaiting_(limits.waitingSize),
-      place_(std::move(place)),
-      stream_(std::move(socket)) {
-  // Every line goes at once, without waiting for the other side to confirm the one before.
-  error_code ignored;
-  stream_.next_layer().set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+      shared_(std::move(shared)),
+      backlog_(std::make_shared<Backlog>()),
+      stream_(std::move(socket)),
+      readTimer_(stream_.get_executor()),
+      writeTimer_(stream_.get_executor()) {
+  backlog_->connection = std::move(place);
+  backlog_->client = shared_->places.Take();
+  const Limits& limits = shared_->limits;
   stream_.set_option(websocket::stream_base::timeout{limits.handshakeTime, limits.idleTime, true});
+  stream_.set_option(websocket::stream_base::decorator([](websocket::response_type& response) {
+    SetCommonHeaders(response);
+    if (response.result() == boost::beast::http::status::switching_protocols) return;
+    response.set(boost::beast::http::field::content_type, "text/plain; charset=utf-8");
+  }));
   stream_.read_message_max(limits.messageSize);
   stream_.text(true);
   stream_.auto_fragment(false);
@@ -34,47 +46,142 @@ void Client::Start(Request request) {
   stream_.async_accept(*kept, [self = shared_from_this(), kept](error_code error) {
     if (error) return;
     self->isOpen_ = true;
-    self->handlers_->onClient(*self);
-    self->Read();
+    if (self->Handle([&] { self->shared_->handlers.onClient(*self); })) self->ReadOn();
   });
+}
+
+template <class Handler>
+bool Client::Handle(const Handler& handler) {
+  shared_->cause = backlog_;
+  try {
+    handler();
+  } catch (const std::exception& error) {
+    Close();
+    Report(shared_->onProblem, std::string("a WebSocket was closed: ") + error.what());
+  }
+  shared_->cause.reset();
+  return isOpen_;
 }
 
 void Client::Read() {
-  stream_.async_read(received_, [self = shared_from_this()](error_code error, std::size_t) {
-    if (error) return self->Close();
-    if (!self->stream_.got_text()) {
-      return self->stream_.async_close({websocket::close_code::unknown_data, "text only"},
-                                       [self](error_code) {});
-    }
-    const std::string line = boost::beast::buffers_to_string(self->received_.data());
-    self->received_.clear();
-    self->handlers_->onLine(*self, line);
-    self->Read();
+  stream_.async_read_some(received_, 0, [self = shared_from_this()](error_code error, std::size_t) {
+    self->OnRead(error);
   });
 }
 
+void Client::OnRead(const error_code& error) {
+  if (error) return Close();
+  if (!stream_.got_text()) return RefuseBinary();
+  if (!stream_.is_message_done()) {
+    if (!isInMessage_) SetDeadline(shared_->limits.messageTime);
+    isInMessage_ = true;
+    return Read();
+  }
+  if (isInMessage_) readTimer_.cancel();
+  isInMessage_ = false;
+  const std::string line = boost::beast::buffers_to_string(received_.data());
+  received_.clear();
+  if (Handle([&] { shared_->handlers.onLine(*this, line); })) ReadOn();
+}
+
+void Client::ReadOn() {
+  // A queue is sent a line at a time, so a client that sends one message after the other would fill
+  // all queues, and others would wait for their answers.
+  isHeldBack_ = ownLines_ > 0;
+  if (isHeldBack_) return;
+  const Limits& limits = shared_->limits;
+  if (backlog_->size <= limits.sentSize) return Read();
+  readTimer_.expires_after(limits.pauseTime);
+  readTimer_.async_wait([self = shared_from_this()](error_code) {
+    if (self->isOpen_) self->ReadOn();
+  });
+}
+
+void Client::RefuseBinary() {
+  EndQueue();
+  SetDeadline(shared_->limits.handshakeTime);
+  stream_.async_close({websocket::close_code::unknown_data, "text only"},
+                      [self = shared_from_this()](error_code) { self->Close(); });
+}
+
 void Client::Send(const SharedLine& line) {
+  Queue(std::make_shared<const QueuedLine>(line, shared_->cause));
+}
+
+void Client::Queue(const std::shared_ptr<const QueuedLine>& line) noexcept {
   if (!isOpen_) return;
-  if (waitingSize_ > mostWaiting_) return Close();
-  waiting_.push_back(line);
-  waitingSize_ += line->size();
-  if (waiting_.size() == 1) Write();
+  try {
+    queue_.push_back(line);
+    queueSize_ += line->GetCost();
+    if (line->IsCausedBy(backlog_)) ++ownLines_;
+    if (queue_.size() == 1) Write();
+    if (queueSize_ > shared_->limits.queueSize && !isWatched_) WatchQueue();
+  } catch (const std::exception&) {  // memory has run out
+    Close();
+  }
+}
+
+void Client::EndQueue() {
+  isOpen_ = false;
+  if (queue_.size() > 1) queue_.erase(queue_.begin() + 1, queue_.end());
 }
 
 void Client::Write() {
-  stream_.async_write(boost::asio::buffer(*waiting_.front()),
-                      [self = shared_from_this()](error_code error, std::size_t) {
-                        if (error) return self->Close();
-                        self->waitingSize_ -= self->waiting_.front()->size();
-                        self->waiting_.pop_front();
-                        if (!self->waiting_.empty()) self->Write();
-                      });
+  const std::string& text = queue_.front()->GetText();
+  const std::size_t size = std::min(text.size() - written_, kFrameSize);
+  stream_.async_write_some(written_ + size == text.size(),
+                           boost::asio::buffer(text.data() + written_, size),
+                           [self = shared_from_this(), size](error_code error, std::size_t) {
+                             self->OnWritten(error, size);
+                           });
+}
+
+void Client::OnWritten(const error_code& error, std::size_t size) {
+  written_ += size;
+  taken_ += size;
+  if (written_ == queue_.front()->GetText().size()) {
+    queueSize_ -= queue_.front()->GetCost();
+    if (queue_.front()->IsCausedBy(backlog_)) --ownLines_;
+    taken_ += kLineOverhead;
+    queue_.pop_front();
+    written_ = 0;
+  }
+  if (error) return Close();
+  if (!isOpen_) return;
+  if (!queue_.empty()) Write();
+  if (isHeldBack_) ReadOn();
+}
+
+void Client::WatchQueue() {
+  isWatched_ = true;
+  taken_ = 0;
+  writeTimer_.expires_after(shared_->limits.stallTime);
+  writeTimer_.async_wait([weak = weak_from_this(), least = queueSize_ / 8](error_code error) {
+    const auto self = weak.lock();
+    if (error || !self) return;
+    self->isWatched_ = false;
+    if (self->queueSize_ <= self->shared_->limits.queueSize) return;
+    if (self->taken_ < least) return self->Close();
+    self->WatchQueue();
+  });
+}
+
+void Client::SetDeadline(std::chrono::milliseconds time) {
+  readTimer_.expires_after(time);
+  readTimer_.async_wait([weak = weak_from_this()](error_code error) {
+    const auto self = weak.lock();
+    // The timer may have expired just before it was set again, or before the message ended.
+    if (error || !self || self->readTimer_.expiry() > std::chrono::steady_clock::now()) return;
+    if (self->isInMessage_ || !self->isOpen_) self->Close();
+  });
 }
 
 void Client::Close() {
-  isOpen_ = false;
+  EndQueue();
   error_code ignored;
   stream_.next_layer().close(ignored);
+  readTimer_.cancel(ignored);
+  writeTimer_.cancel(ignored);
 }
 
 }  // namespace web

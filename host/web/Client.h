@@ -1,22 +1,25 @@
 #pragma once
 
-#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/generic/stream_protocol.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/message.hpp>
-#include <boost/beast/http/string_body.hpp>
 #include <boost/beast/websocket.hpp>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
-#include "host/web/Limits.h"
+#include "host/web/Line.h"
+#include "host/web/Places.h"
+#include "host/web/Problem.h"
+#include "host/web/Request.h"
 
 namespace web {
 
-/// A line on its way to one client or more, without a line end. UTF-8.
-using SharedLine = std::shared_ptr<const std::string>;
+/// A connection's socket: TCP, or a pair of connected sockets.
+using Socket = boost::asio::generic::stream_protocol::socket;
 
 /// One WebSocket, which carries lines both ways, each as a text message. It keeps itself alive
 /// until the connection ends.
@@ -24,19 +27,28 @@ class Client : public std::enable_shared_from_this<Client> {
  public:
   /// What clients tell the program. The client lives at least until the handler returns; a program
   /// that keeps it longer keeps `weak_from_this()`. Handlers may send, broadcast, and close this
-  /// client, others or the server. What they throw passes out of the run of the `io_context`.
+  /// client, others or the server. A client whose handler throws is closed.
   struct Handlers {
     /// The WebSocket is open. What is sent from here arrives before any broadcast that follows.
     std::function<void(Client&)> onClient;
     /// The client sent a line: UTF-8 that may have line ends in it, and may be empty.
     std::function<void(Client&, const std::string& line)> onLine;
   };
-  using Request = boost::beast::http::request<boost::beast::http::string_body>;
 
-  /// Takes over the socket of the HTTP connection. `path` is the request's, without its query.
-  /// The client holds `place` until it is destroyed.
-  Client(boost::asio::ip::tcp::socket socket, std::string path,
-         std::shared_ptr<const Handlers> handlers, const Limits& limits,
+  /// What the clients of a server share.
+  struct Shared {
+    const Handlers handlers;
+    const Limits limits;
+    const OnProblem onProblem;
+    /// A client keeps its place until its backlog is empty.
+    Places places;
+    /// The client whose handler runs, or null: lines count as caused by it.
+    std::shared_ptr<Backlog> cause;
+  };
+
+  /// Takes over the socket and the place of the HTTP connection. `path` is the request's, without
+  /// its query.
+  Client(Socket socket, std::string path, std::shared_ptr<Shared> shared,
          std::shared_ptr<const void> place);
   /// Accepts the WebSocket that `request` asks for, and reads from it then.
   void Start(Request request);
@@ -44,8 +56,9 @@ class Client : public std::enable_shared_from_this<Client> {
   /// The path that the WebSocket was opened under.
   const std::string& GetPath() const { return path_; }
 
-  /// Queues a line; does nothing when the client is closed or not open yet. A slow client, for
-  /// which more than `Limits::waitingSize` is queued, is closed instead.
+  /// Queues a line; does nothing when the client is closed or not open yet. A slow client, with
+  /// more than `Limits::queueSize` queued, is closed after `Limits::stallTime` unless it takes an
+  /// eighth of that. Inside a handler, the line counts as caused by the handler's client.
   void Send(const SharedLine& line);
   void Send(std::string line) { Send(std::make_shared<const std::string>(std::move(line))); }
 
@@ -53,19 +66,48 @@ class Client : public std::enable_shared_from_this<Client> {
   void Close();
 
  private:
-  void Read();
+  friend class Clients;
+
+  /// Closes the client when memory runs out.
+  void Queue(const std::shared_ptr<const QueuedLine>& line) noexcept;
+  /// Drops the lines that are not being written; no more are queued.
+  void EndQueue();
   void Write();
+  void OnWritten(const boost::system::error_code& error, std::size_t size);
+  /// Closes the client at the end of each `stallTime` in which it took too little.
+  void WatchQueue();
+
+  void Read();
+  void OnRead(const boost::system::error_code& error);
+  /// Reads on when the client has been sent what its last message caused, and less than
+  /// `sentSize` is queued for others.
+  void ReadOn();
+  void RefuseBinary();
+  /// Runs a handler. Returns whether the client is open then.
+  template <class Handler>
+  bool Handle(const Handler& handler);
+  /// Closes the client after that time, unless its message ends before or the timer is set again.
+  void SetDeadline(std::chrono::milliseconds time);
 
   const std::string path_;
-  const std::shared_ptr<const Handlers> handlers_;
-  const std::size_t mostWaiting_;  // bytes
-  const std::shared_ptr<const void> place_;
+  const std::shared_ptr<Shared> shared_;
+  const std::shared_ptr<Backlog> backlog_;
   // Without compression, which one machine has no use for.
-  boost::beast::websocket::stream<boost::asio::ip::tcp::socket, false> stream_;
-  boost::beast::flat_buffer received_;
-  std::deque<SharedLine> waiting_;  // the first is being written
-  std::size_t waitingSize_ = 0;     // bytes
+  boost::beast::websocket::stream<Socket, false> stream_;
   bool isOpen_ = false;
+
+  boost::beast::flat_buffer received_;
+  boost::asio::steady_timer readTimer_;  // for the rest of a message, a close, or a pause
+  bool isInMessage_ = false;
+
+  std::deque<std::shared_ptr<const QueuedLine>> queue_;  // the first is being written
+  std::size_t queueSize_ = 0;                            // bytes
+  std::size_t ownLines_ = 0;                             // in the queue, caused by this client
+  bool isHeldBack_ = false;                              // reads on when there are no such lines
+  std::size_t written_ = 0;                              // of the first, bytes
+  std::size_t taken_ = 0;                                // since the watch began, bytes
+  bool isWatched_ = false;
+  boost::asio::steady_timer writeTimer_;
 };
 
 }  // namespace web

@@ -1,0 +1,234 @@
+// What a server's peers cannot make it do, however they behave.
+#include <sys/resource.h>
+
+#include <functional>
+#include <list>
+
+#include "tests/host/web/WebServer.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::minutes;
+using test::error_code;
+using test::Get;
+using test::Peer;
+using test::asio::buffer;
+using test::asio::ip::tcp;
+
+using WebLimits = test::WebServer;
+
+/// Makes a peer send lines and drop what it gets, without an end.
+struct Flood {
+  explicit Flood(Peer& peer)
+      : write([&](error_code error) {
+          if (!error) peer.async_write(buffer("x", 1), std::bind(write, std::placeholders::_1));
+        }),
+        read([&](error_code error) {
+          dropped.clear();
+          if (!error) peer.async_read(dropped, std::bind(read, std::placeholders::_1));
+        }) {
+    write({});
+    read({});
+  }
+  boost::beast::flat_buffer dropped;
+  std::function<void(error_code)> write, read;
+};
+
+TEST_F(WebLimits, CostTheClientWhoseHandlerFailsAndNoOther) {
+  Start();
+  Peer bad(io_), good(io_);
+  Open(good, "/ws/one");
+  Open(bad, "/ws/two");
+  Read(good, 3);
+  Read(bad, 2);
+  Write(bad, "throw");
+  EXPECT_EQ(Read(bad, 1), "End of file");
+  Write(good, "x");
+  EXPECT_EQ(Read(good, 2), "to you: x\nto all: x\n");
+  EXPECT_EQ(problems_, "a WebSocket was closed: std::bad_alloc\n");
+}
+
+TEST_F(WebLimits, NeverCloseAClientThatReads) {
+  site_.handlers.onLine = [](web::Client& client, const std::string&) {
+    for (int i = 0; i < 150; ++i) client.Send(std::string(20'000, 'x'));
+    client.Send(std::string(3'000'000, 'y'));
+  };
+  site_.limits.stallTime = milliseconds(200);
+  Start();
+  Peer peer(io_);
+  Open(peer, "/ws/one");
+  Read(peer, 2);
+  for (int i = 0; i < 3; ++i) Write(peer, "all");
+  for (int i = 0; i < 3; ++i) {
+    const std::string lines = Read(peer, 151);
+    ASSERT_EQ(lines.size(), 150 * 20'001 + 3'000'001) << lines.substr(lines.size() - 40);
+  }
+}
+
+TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
+  site_.limits.socketSize = 1;  // the least that the kernel grants
+  site_.limits.queueSize = 10'000;
+  site_.limits.sentSize = 20'000;
+  site_.limits.stallTime = minutes(1);
+  std::weak_ptr<web::Client> slow;
+  int lines = 0;
+  site_.handlers.onClient = [&](web::Client& client) {
+    if (slow.expired()) slow = client.weak_from_this();
+  };
+  site_.handlers.onLine = [&](web::Client& client, const std::string& line) {
+    if (line == "hello") return client.Send(line);
+    ++lines;
+    slow.lock()->Send(std::string(1000, 'x'));
+  };
+  Start();
+  Peer reader(io_), flood(io_), quiet(io_);
+  for (Peer* const peer : {&reader, &flood, &quiet}) Open(*peer, "/ws/one");
+  const Flood flooding(flood);
+  io_.run_for(milliseconds(500));
+  Write(quiet, "hello");
+  EXPECT_EQ(Read(quiet, 1), "hello\n");
+  const int linesBefore = lines;
+  EXPECT_LT(linesBefore, 500);
+  Read(reader, linesBefore);
+  EXPECT_TRUE(RunUntil([&] { return lines > linesBefore + 50; }));
+}
+
+TEST_F(WebLimits, AnswerOneClientBesideTheFloodOfAnother) {
+  int lines = 0;
+  site_.handlers.onClient = [](web::Client&) {};
+  site_.handlers.onLine = [&](web::Client& client, const std::string& line) {
+    if (line == "hello") return client.Send(line);
+    ++lines;
+    for (int i = 0; i < 10; ++i) server_->GetClients().Broadcast("flood");
+  };
+  Start();
+  Peer flood(io_), quiet(io_);
+  for (Peer* const peer : {&flood, &quiet}) Open(*peer, "/ws/one");
+  const Flood flooding(flood);
+  Read(quiet, 1000);
+  const int linesBefore = lines;
+  Write(quiet, "hello");
+  while (Read(quiet, 1) == "flood\n") {
+  }
+  EXPECT_LT(lines - linesBefore, 100);
+}
+
+TEST_F(WebLimits, EndAConnectionThatTakesTooLong) {
+  using Times = std::chrono::milliseconds web::Limits::*;
+  const struct {
+    const char* what;
+    Times limit;
+    std::function<void(Peer&)> act;
+  } cases[] = {
+      {"half a message", &web::Limits::messageTime,
+       [this](Peer& peer) {
+         Await([&](auto done) { peer.async_write_some(false, buffer("x", 1), done); });
+       }},
+      {"no answer to a ping", &web::Limits::idleTime, [](Peer&) {}},
+      {"no answer to a close", &web::Limits::handshakeTime,
+       [this](Peer& peer) {
+         peer.binary(true);
+         Write(peer, "x");
+       }},
+  };
+  for (const auto& [what, limit, act] : cases) {
+    for (const Times time :
+         {&web::Limits::messageTime, &web::Limits::idleTime, &web::Limits::handshakeTime}) {
+      site_.limits.*time = time == limit ? milliseconds(200) : minutes(1);
+    }
+    Start();
+    Peer peer(io_);
+    Open(peer, "/ws/one");
+    act(peer);
+    io_.run_for(milliseconds(20));
+    EXPECT_EQ(server_->GetClients().GetCount(), 1) << what;
+    const auto line = std::make_shared<const std::string>("late");
+    server_->GetClients().Broadcast(line);
+    EXPECT_EQ(line.use_count() > 1, limit != &web::Limits::handshakeTime) << what;
+    EXPECT_TRUE(RunUntil([this] { return server_->GetClients().GetCount() == 0; })) << what;
+  }
+}
+
+TEST_F(WebLimits, ShareALongTextAmongFewReaders) {
+  const auto text = std::make_shared<const std::string>(20'000'000, 'x');
+  site_.texts["/long.txt"] = [&] { return web::Text{"text/plain", text}; };
+  site_.limits.texts = 2;
+  site_.limits.replyTime = milliseconds(500);
+  Start();
+  const std::string request = Get("/long.txt", "localhost");
+  auto stalled = Connect(request), reading = Connect(request);
+  io_.run_for(milliseconds(20));
+  EXPECT_NE(Ask(request).find("\r\n\r\ntoo many are reading this\n"), std::string::npos);
+  const std::string answer = ReadAll(reading);
+  EXPECT_EQ(answer.size(), answer.find("\r\n\r\n") + 4 + text->size());
+  EXPECT_EQ(text.use_count(), 2);
+  EXPECT_TRUE(RunUntil([&] { return text.use_count() == 1; })) << "the stalled one goes on";
+}
+
+TEST_F(WebLimits, WaitForDescriptorsWithoutSpinning) {
+  Start();
+  std::list<tcp::socket> sockets;
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit normal = limit;
+  sockets.emplace_back(io_, tcp::v4());
+  sockets.emplace_back(io_, tcp::v4());
+  // The server's side of the second connection lacks a descriptor.
+  limit.rlim_cur = static_cast<rlim_t>(sockets.back().native_handle()) + 2;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  for (tcp::socket& socket : sockets) socket.connect(server_->GetEndpoint());
+  const std::size_t steps = io_.run_for(milliseconds(700));
+  setrlimit(RLIMIT_NOFILE, &normal);
+  EXPECT_LT(steps, 20);
+  EXPECT_EQ(problems_, "new connections have to wait: Too many open files\n");
+  write(sockets.back(), buffer(Get("/", "localhost")));
+  EXPECT_EQ(ReadAll(sockets.back()).substr(0, 15), "HTTP/1.1 200 OK");
+}
+
+TEST_F(WebLimits, CloseASlowClientAlone) {
+  site_.limits.queueSize = 1000;
+  site_.limits.stallTime = milliseconds(200);
+  Start();
+  Peer slow(io_), good(io_);
+  Open(slow, "/ws/one");
+  Open(good, "/ws/one");
+  Read(good, 2);
+  const std::string line(10'000, 'x');
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (server_->GetClients().GetCount() == 2 && std::chrono::steady_clock::now() < end) {
+    server_->GetClients().Broadcast(line);
+    ASSERT_EQ(Read(good, 1), line + '\n');
+  }
+  EXPECT_EQ(server_->GetClients().GetCount(), 1);
+}
+
+TEST_F(WebLimits, RefuseMoreThanThereIsRoomFor) {
+  site_.limits.clients = 1;
+  site_.limits.connections = 3;
+  site_.limits.refusals = 1;
+  site_.limits.requestTime = minutes(1);
+  Start();
+  std::list<Peer> peers;
+  EXPECT_EQ(Open(peers.emplace_back(io_), "/ws/one"), 101);
+  EXPECT_EQ(Open(peers.emplace_back(io_), "/ws/one"), 503);
+  peers.pop_back();
+  while (io_.poll() > 0) {
+  }
+
+  std::list<tcp::socket> sockets;
+  sockets.push_back(Connect(""));
+  sockets.push_back(Connect(""));
+  sockets.push_back(Connect(""));
+  const std::string refusal = ReadAll(sockets.back());
+  EXPECT_NE(refusal.find("503 Service Unavailable"), std::string::npos) << refusal;
+  EXPECT_NE(refusal.find("\r\n\r\ntoo many connections\n"), std::string::npos) << refusal;
+  EXPECT_EQ(Ask(""), "");
+  sockets.clear();
+  peers.clear();
+  while (io_.poll() > 0) {
+  }
+  EXPECT_EQ(Open(peers.emplace_back(io_), "/ws/one"), 101);
+}
+
+}  // namespace

@@ -1,5 +1,6 @@
 // The server as its peers see it.
-#include <utility>
+#include <boost/algorithm/string/trim.hpp>
+#include <string>
 
 #include "tests/host/web/WebServer.h"
 
@@ -10,77 +11,62 @@ using test::Get;
 using test::Peer;
 using test::WebServer;
 
-constexpr const char* kUnknown = "this host is not known by that name; ask the porter\n";
 constexpr const char* kUpgrade =
     "Upgrade: websocket\r\nConnection: upgrade\r\nSec-WebSocket-Version: 13\r\n"
     "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
 
-std::string Repeat(const std::string& text, int count) {
-  std::string all;
-  for (; count > 0; --count) all += text;
-  return all;
+constexpr const char* kCommonHeaders =
+    "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; img-src "
+    "'self' data:; connect-src 'self'; frame-ancestors 'none'; base-uri 'none'; form-action "
+    "'none'\r\nCross-Origin-Opener-Policy: same-origin\r\nCross-Origin-Resource-Policy: "
+    "same-origin\r\nPermissions-Policy: bluetooth=(), camera=(), display-capture=(), "
+    "geolocation=(), hid=(), microphone=(), midi=(), payment=(), serial=(), usb=()\r\n"
+    "Referrer-Policy: no-referrer\r\nX-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY\r\n"
+    "Cache-Control: no-store\r\n";
+
+/// The status, the type if it is not plain text, and the body in one line.
+std::string Summarize(const std::string& answer) {
+  if (answer.find(kCommonHeaders) == std::string::npos) return "without the headers: " + answer;
+  const std::size_t type = answer.find("Content-Type: ") + 14, end = answer.find("\r\n\r\n");
+  const std::string name = answer.substr(type, answer.find("\r\n", type) - type) + ' ';
+  return answer.substr(9, 4) + (name == "text/plain; charset=utf-8 " ? "" : name) +
+         boost::algorithm::trim_right_copy(answer.substr(end + 4));
 }
 
 TEST_F(WebServer, AnswersEachRequestWithAStatusAndAText) {
   Start();
-  const std::string slow = Get("/", "localhost");
+  std::string manyLines;
+  for (int i = 0; i < 63; ++i) manyLines += "A:\r\n";
   const struct {
-    std::string request, status, type, text;
+    std::string request, answer;
   } cases[] = {
-      {Get("/", "localhost"), "200 OK", "text/html", "<p>Home"},
-      {Get("/?x", "proxy.example"), "200 OK", "text/html", "<p>Home"},
-      {Get("/logo.svg", "127.0.0.1:80"), "200 OK", "image/svg+xml", "<svg/>"},
-      {Get("/now.txt?x", "localhost"), "200 OK", "text/x-now", "made now"},
-      {Get("/", "evil.example"), "403 Forbidden", "", kUnknown},
-      {Get("/", "localhost\r\nHost: localhost"), "403 Forbidden", "", kUnknown},
-      {"GET / HTTP/1.0\r\n\r\n", "403 Forbidden", "", kUnknown},
-      {Get("/../etc/passwd", "localhost"), "404 Not Found", "", "there is nothing here\n"},
-      {Get("", "localhost"), "400 Bad Request", "", "not an HTTP request: bad target\n"},
-      {"POST / HTTP/1.1\r\nHost: localhost\r\n\r\n", "405 Method Not Allowed", "",
-       "only GET and HEAD are answered\n"},
-      {Get("/ws/two", "localhost"), "426 Upgrade Required", "", "this is a WebSocket\n"},
-      {Get("/", "localhost", "X: " + std::string(9000, 'x') + "\r\n"),
-       "431 Request Header Fields Too Large", "", "the header is too large\n"},
-      {Get("/", "localhost", "Content-Length: 1\r\n") + "x", "413 Payload Too Large", "",
-       "a request has no body here\n"},
-      {Get("/", "localhost", "Content-Length: 0\r\n"), "200 OK", "text/html", "<p>Home"},
-      {Get("/", "localhost", "Transfer-Encoding: chunked\r\n") + "0\r\n\r\n", "400 Bad Request", "",
-       "a request has no body here\n"},
-      {Get("/", "localhost", Repeat("A:\r\n", 63)), "200 OK", "text/html", "<p>Home"},
-      {Get("/", "localhost", Repeat("A:\r\n", 64)), "431 Request Header Fields Too Large", "",
-       "too many header lines\n"},
-      {Get("/ws/one", "localhost", kUpgrade) + "\x81", "400 Bad Request", "",
-       "messages come after the answer\n"},
+      {Get("/", "localhost"), "200 text/html <p>Home"},
+      {Get("/?x", "proxy.example"), "200 text/html <p>Home"},
+      {Get("/", "localhost", "Content-Length: 0\r\n"), "200 text/html <p>Home"},
+      {Get("/", "localhost", manyLines), "200 text/html <p>Home"},
+      {Get("/logo.svg", "127.0.0.1:80"), "200 image/svg+xml <svg/>"},
+      {Get("/now.txt?x", "localhost"), "200 text/x-now made now"},
+      {Get("/", "evil.example"), "403 this host is not known by that name; ask the porter"},
+      {Get("/", "a\r\nHost: a"), "403 this host is not known by that name; ask the porter"},
+      {"GET / HTTP/1.0\r\n\r\n", "403 this host is not known by that name; ask the porter"},
+      {Get("/../etc/passwd", "localhost"), "404 there is nothing here"},
+      {Get("", "localhost"), "400 not an HTTP request: bad target"},
+      {"\x16\x03\x01\r\n\r\n", "400 not an HTTP request: bad method"},
+      {"POST / HTTP/1.1\r\nHost: localhost\r\n\r\n", "405 only GET and HEAD are answered"},
+      {Get("/", "localhost").substr(0, 30), "408 the request came too slowly"},
+      {Get("/", "localhost", std::string(9000, 'x')), "431 the header is too large"},
+      {Get("/", "localhost", manyLines + "A:\r\n"), "431 too many header lines"},
+      {Get("/", "localhost", "Content-Length: 1\r\n"), "413 a request has no body here"},
+      {Get("/", "localhost", "Transfer-Encoding: chunked\r\n"), "400 a request has no body here"},
+      {Get("/bad.txt", "localhost"), "500 the host cannot answer now"},
+      {Get("/ws/two", "localhost"), "426 this is a WebSocket"},
+      {Get("/ws/one", "localhost", kUpgrade) + "\x81", "400 messages come after the answer"},
+      {Get("/ws/one", "localhost", kUpgrade + "Origin: http://evil.example\r\n"s),
+       "403 not for another site's pages"},
       {Get("/ws/one", "localhost", "Upgrade: websocket\r\nConnection: upgrade\r\n"),
-       "400 Bad Request", "", "The WebSocket handshake Sec-WebSocket-Key field is missing"},
-      {Get("/ws/one", "localhost", kUpgrade + "Origin: http://evil.example\r\n"s), "403 Forbidden",
-       "", "not for another site's pages\n"},
-      {Get("/bad.txt", "localhost"), "500 Internal Server Error", "",
-       "the host cannot answer now\n"},
-      {Get("/now.txt", "localhost"), "200 OK", "text/x-now", "made now"},
-      {"\x16\x03\x01\r\n\r\n", "400 Bad Request", "", "not an HTTP request: bad method\n"},
-      {slow.substr(0, slow.size() - 2), "408 Request Timeout", "", "the request came too slowly\n"},
+       "400 The WebSocket handshake Sec-WebSocket-Key field is missing"},
   };
-  for (const auto& [request, status, type, text] : cases) {
-    const std::string answer = Ask(request);
-    const std::size_t end = answer.find("\r\n\r\n");
-    ASSERT_NE(end, std::string::npos) << request;
-    const std::string header = answer.substr(0, end) + "\r\n";
-    EXPECT_EQ(header.substr(0, header.find("\r\n")), "HTTP/1.1 " + status) << request;
-    EXPECT_EQ(answer.substr(end + 4), text) << request;
-    for (const std::string& line :
-         {"Content-Type: " + (type.empty() ? "text/plain; charset=utf-8" : type),
-          std::string("Cache-Control: no-store"), std::string("X-Frame-Options: DENY"),
-          std::string("Cross-Origin-Opener-Policy: same-origin"),
-          std::string("Permissions-Policy: bluetooth=(), camera=(), display-capture=(), "
-                      "geolocation=(), hid=(), microphone=(), midi=(), payment=(), serial=(), "
-                      "usb=()"),
-          std::string("Content-Security-Policy: default-src 'none'; script-src 'self'; style-src "
-                      "'self'; img-src 'self' data:; connect-src 'self'; frame-ancestors 'none'; "
-                      "base-uri 'none'; form-action 'none'")}) {
-      EXPECT_NE(header.find("\r\n" + line + "\r\n"), std::string::npos) << request << line;
-    }
-  }
+  for (const auto& [request, answer] : cases) EXPECT_EQ(Summarize(Ask(request)), answer) << request;
 }
 
 TEST_F(WebServer, AnswersHeadAsGetWithoutTheBody) {

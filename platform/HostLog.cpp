@@ -1,8 +1,10 @@
 #include "platform/HostLog.h"
 
+#include <log4cplus/appender.h>
 #include <log4cplus/configurator.h>
 #include <log4cplus/logger.h>
 #include <log4cplus/loglevel.h>
+#include <log4cplus/spi/loggingevent.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,8 +16,36 @@
 
 #include "platform/IHost.h"
 #include "platform/Logger.h"
+#include "platform/xml/Utf8.h"
 
 namespace qx {
+namespace {
+
+/// Passes records on with their text as one line: a line end in a name cannot forge a record.
+class OneLineAppender : public log4cplus::Appender {
+ public:
+  explicit OneLineAppender(const log4cplus::SharedAppenderPtr& next) : next_(next) {
+    setName(next->getName());
+  }
+  ~OneLineAppender() override { destructorImpl(); }
+
+  void close() override {
+    next_->close();
+    closed = true;
+  }
+
+ protected:
+  void append(const log4cplus::spi::InternalLoggingEvent& event) override {
+    next_->doAppend({event.getLoggerName(), event.getLogLevel(), event.getNDC(), event.getMDCCopy(),
+                     ToPrintable(event.getMessage()), event.getThread(), event.getThread2(),
+                     event.getTimestamp(), event.getFile(), event.getLine(), event.getFunction()});
+  }
+
+ private:
+  const log4cplus::SharedAppenderPtr next_;
+};
+
+}  // namespace
 
 void SetLogLevel(const std::string& name) {
   // Not log4cplus's own look-up, which complains of an unknown name on the standard error.
@@ -40,8 +70,15 @@ void ConfigureLog(const std::string& path) {
   if (!std::ifstream(path)) {
     throw std::runtime_error(path + ": cannot read it: " + std::strerror(errno));
   }
+  log4cplus::Logger root = log4cplus::Logger::getRoot();
+  root.removeAllAppenders();
   log4cplus::PropertyConfigurator(path).configure();
-  Logger::hasBeenInitialized = false;  // the file may have removed the host's appender
+  const log4cplus::SharedAppenderPtrList appenders = root.getAllAppenders();
+  root.removeAllAppenders();
+  for (const auto& appender : appenders) {
+    root.addAppender(log4cplus::SharedAppenderPtr(new OneLineAppender(appender)));
+  }
+  Logger::hasBeenInitialized = false;
   Logger::initialize();
 }
 

@@ -17,9 +17,10 @@ PLATFORM_API void SetLogLevel(const std::string& name);
 PLATFORM_API std::string GetLogLevel();
 
 /// Configures log4cplus by the property file at `path`. The root logger keeps the appender that
-/// hands records to the host. Throws `std::runtime_error` that names the file when the file cannot
-/// be read; log4cplus itself reports on standard error what it does not understand in the file.
-/// [any time]
+/// hands records to the host. The file's appenders of the root logger get each record's text as one
+/// line (`ToPrintable`), the host gets it unchanged. Throws `std::runtime_error` that names the
+/// file when it cannot be read; log4cplus itself reports on standard error what it does not
+/// understand in the file. [any time]
 PLATFORM_API void ConfigureLog(const std::string& path);
 
 /// Writes `text` to the root logger as a record of level ERROR. The other appenders get the record,

@@ -253,4 +253,23 @@ TEST(Program, CarriesOutStepsFromAPipe) {
          "GET_SERVICE id=1");
 }
 
+TEST(Program, LogsEachRecordAsOneLine) {
+  const std::string config = TempPath("log.properties");
+  const std::string log = TempPath("log");
+  WriteFile(config,
+            "log4cplus.rootLogger=INFO, F\nlog4cplus.appender.F=log4cplus::FileAppender\n"
+            "log4cplus.appender.F.File=" +
+                log +
+                "\nlog4cplus.appender.F.layout=log4cplus::"
+                "PatternLayout\nlog4cplus.appender.F.layout.ConversionPattern=%p %m%n\n");
+  const auto result =
+      RunHost("run --listen none --log-config " + config,
+              "ADD_SERVICE name=\"a\\nERROR b\\xC2\\x9B\"\nSEND_REQUEST_EVENT id=1\n");
+  EXPECT_NE(result.output.find("log INFO \"sent request event for: a\\nERROR b\xC2\x9B eventid: 1"),
+            std::string::npos)
+      << result.output;
+  EXPECT_EQ(ReadFile(log), "INFO sent request event for: a\\nERROR b\\xC2\\x9B eventid: 1\n");
+  for (const std::string& path : {config, log}) remove(path.c_str());
+}
+
 }  // namespace

@@ -58,11 +58,17 @@ void LiveFeed::Greet(web::Client& page) {
 }
 
 void LiveFeed::SendStep(const std::string& text, bool isFromConsole) {
-  Send("> " + text, !isFromConsole);
+  const std::string line = "> " + text;
+  if (!isFromConsole) console_.Print(line, Console::Cause::kOther);
+  Send(line);
 }
 
-void LiveFeed::SendLines(const Lines& lines) {
-  for (const std::string& line : lines) Send(line, true);
+void LiveFeed::SendLines(const Lines& lines, bool isFromConsole) {
+  const auto cause = isFromConsole ? Console::Cause::kConsole : Console::Cause::kOther;
+  for (const std::string& line : lines) {
+    console_.Print(line, cause);
+    Send(line);
+  }
 }
 
 void LiveFeed::SendStatus() {
@@ -97,8 +103,7 @@ void LiveFeed::SendClock() {
   Broadcast(ClockLine(sentTime_));
 }
 
-void LiveFeed::Send(const std::string& text, bool onConsole) {
-  if (onConsole) console_.Print(text);
+void LiveFeed::Send(const std::string& text) {
   if (pages_ == nullptr) return;
   if (session_.GetTime() != sentTime_) SendClock();
   const auto line = std::make_shared<const std::string>(text);

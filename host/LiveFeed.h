@@ -29,8 +29,8 @@ class LiveFeed {
 
   /// Sends a step's line; to the console only if it did not come from there.
   void SendStep(const std::string& text, bool isFromConsole);
-  /// Sends the lines that followed.
-  void SendLines(const Lines& lines);
+  /// Sends the lines that followed. The console drops no line of its own steps.
+  void SendLines(const Lines& lines, bool isFromConsole = false);
   /// Sends the notices and the health that changed since the last time, and the clock if it was
   /// set.
   void SendStatus();
@@ -45,7 +45,7 @@ class LiveFeed {
     web::SharedLine text;
   };
 
-  void Send(const std::string& line, bool onConsole);
+  void Send(const std::string& line);
   void Broadcast(const std::string& line);
   std::string GetHealthLine() const;
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <iostream>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -19,6 +20,7 @@ namespace {
 namespace chrono = std::chrono;
 
 constexpr chrono::seconds kClockPeriod{10};
+const std::string kOutputFailed = "cannot write to the standard output: ";
 
 Moment Now() {
   const SystemClock clock;
@@ -43,13 +45,15 @@ std::string UrlOf(const boost::asio::ip::tcp::endpoint& endpoint) {
 
 LiveHost::LiveHost(const Options& options)
     : session_(options.session, Now),
-      console_(
-          io_, [this](const std::string& line) { OnConsoleLine(line); }, [this] { io_.stop(); }),
+      console_(io_,
+               {[this](const std::string& line) { OnConsoleLine(line); }, [this] { io_.stop(); },
+                [this](const std::string& reason) { OnOutputFailed(reason); }}),
       feed_(session_, console_, options.session.plugin),
       signals_(io_),
       due_(io_),
       clock_(io_) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) signals_.add(signal);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT})
+    signals_.add(signal);
   if (options.listen != "none") Listen(options);
   const auto lines = session_.Start();
   feed_.SendStatus();
@@ -98,10 +102,13 @@ bool LiveHost::Run() {
   ArmTimer();
   RunLoop();
 
-  console_.Close();
   if (server_) server_->Close();
   session_.Save();
   feed_.SendStatus();
+  console_.Close();
+  if (!console_.GetOutputFailure().empty()) {
+    throw std::runtime_error(kOutputFailed + console_.GetOutputFailure());
+  }
   return session_.GetStateHealth().kind != StateHealth::Kind::kFailed;
 }
 
@@ -132,9 +139,29 @@ void LiveHost::OnSignal(int signal) {
     case SIGHUP:
       CatchUp();
       return RunAction(ReadStep("reload", Sender::kConsole), false);
+    case SIGTSTP:
+      return Stop();
+    case SIGCONT:
+      return console_.Resume();
+    case SIGINT:
+      if (console_.ClearLine()) return;
+      [[fallthrough]];
     default:
       io_.stop();
   }
+}
+
+void LiveHost::Stop() {
+  console_.Suspend();
+  signals_.remove(SIGTSTP);
+  std::raise(SIGTSTP);  // goes on here at SIGCONT
+  signals_.add(SIGTSTP);
+  console_.Resume();
+}
+
+void LiveHost::OnOutputFailed(const std::string& reason) {
+  if (!server_ && console_.IsOutputGone()) return io_.stop();
+  std::cerr << "error: " << kOutputFailed << reason << "; the host goes on\n";
 }
 
 void LiveHost::ArmTimer() {
@@ -199,7 +226,7 @@ void LiveHost::RunAction(const Step& step, bool isFromConsole) {
   const auto lines = session_.RunStep(step);
   feed_.SendStatus();
   feed_.SendStep(step.text, isFromConsole);
-  feed_.SendLines(lines);
+  feed_.SendLines(lines, isFromConsole);
   ArmTimer();
 }
 

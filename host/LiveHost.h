@@ -29,7 +29,9 @@ class LiveHost {
   explicit LiveHost(const Options& options);
 
   /// Runs until the console's input ends, or until SIGINT or SIGTERM, and saves the state. Returns
-  /// whether the state is saved. The agent lives until the object is destroyed.
+  /// whether the state is saved. Without pages, the host also ends when the reader of its output is
+  /// gone. Then throws `std::runtime_error` if a part of the output could not be written. The agent
+  /// lives until the object is destroyed.
   bool Run();
 
  private:
@@ -38,6 +40,8 @@ class LiveHost {
   void RunLoop();
   void AwaitSignal();
   void OnSignal(int signal);
+  void Stop();
+  void OnOutputFailed(const std::string& reason);
   void ArmTimer();
   void ArmClock();
 

@@ -1,4 +1,7 @@
 // The program: `replay` and `run`.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
@@ -120,6 +123,14 @@ bool Replay(const std::string& plugin, const host::ReplayOptions& options) {
   return host::ReplayFiles(library, options, std::cout);
 }
 
+/// Opens /dev/null in the place of closed standard files, so that no other file gets their numbers.
+/// Reading it gives the end of the input, and writing to it fails.
+void OccupyStandardFiles() {
+  for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+    if (fcntl(file, F_GETFD) < 0) open("/dev/null", O_RDONLY);
+  }
+}
+
 int Run(int argc, char** argv) {
   CLI::App app("Loads the Guest Services plug-in as the controller's host does, and drives it.");
   app.set_version_flag("--version", "guest-services-host " VERSION);
@@ -163,6 +174,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  OccupyStandardFiles();
   std::signal(SIGXFSZ, SIG_IGN);  // a write beyond the limit of file sizes fails instead
   try {
     return Run(argc, argv);

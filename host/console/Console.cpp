@@ -1,22 +1,29 @@
 #include "host/console/Console.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/asio/error.hpp>
 #include <boost/asio/post.hpp>
 #include <cerrno>
-#include <cstdio>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <system_error>
 #include <utility>
+
+#include "host/session/Transcript.h"
 
 namespace host {
 namespace {
 
 namespace asio = boost::asio;
+
+constexpr std::size_t kLongestLine = std::size_t{1} << 20;
+constexpr std::size_t kLongQueue = std::size_t{64} << 10;    // no line is read beyond
+constexpr std::size_t kLongestQueue = std::size_t{1} << 20;  // others' lines are dropped beyond
+constexpr std::chrono::seconds kFlushTime{2};
+constexpr std::chrono::milliseconds kForegroundPeriod{500};
 
 bool IsColourWanted() {
   const char* const off = std::getenv("NO_COLOR");
@@ -42,93 +49,181 @@ const char* ColourOf(std::string_view line) {
   return nullptr;
 }
 
-/// Whether the terminal hung up.
-bool IsHungUp() {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  return poll(&input, 1, 0) > 0 && (input.revents & (POLLHUP | POLLERR)) != 0;
+/// Whether the process may read from its terminal, and set its mode.
+bool IsForeground() {
+  const pid_t group = tcgetpgrp(STDIN_FILENO);
+  return group < 0 || group == getpgrp();
 }
 
 }  // namespace
 
-Console::Console(asio::io_context& io, OnLine onLine, OnEnd onEnd)
-    : onLine_(std::move(onLine)),
-      onEnd_(std::move(onEnd)),
+Console::Console(asio::io_context& io, Handlers handlers)
+    : handlers_(std::move(handlers)),
       input_(io, dup(STDIN_FILENO)),
+      foreground_(io),
+      output_(
+          io, [this] { OnWritten(); }, handlers_.onOutputFailed),
       isTerminal_(isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0),
+      isOutputTerminal_(isatty(STDOUT_FILENO) != 0),
       isColoured_(IsColourWanted()) {}
 
-void Console::Open() {
-  if (isTerminal_) {
-    editor_ = std::make_unique<LineEditor>([this](const std::string* line) {
-      if (line != nullptr) {
-        onLine_(*line);
-      } else {
-        asio::post(input_.get_executor(), onEnd_);  // not from inside the editor, which it ends
-      }
-    });
-  }
-  Wait();
+void Console::Open() { Attach(); }
+
+void Console::End() {
+  isEnding_ = true;
+  boost::system::error_code ignored;
+  input_.close(ignored);
+  foreground_.cancel();
+  editor_.reset();
+  if (output_.GetWaiting() == 0) asio::post(foreground_.get_executor(), handlers_.onEnd);
 }
 
 void Console::Close() {
   boost::system::error_code ignored;
   input_.close(ignored);
   editor_.reset();
+  PrintDropped();
+  output_.Flush(kFlushTime);
+}
+
+void Console::Attach() {
+  if (isEnding_) return;
+  if (!IsForeground()) {
+    if (editor_) editor_->Suspend(false);
+    foreground_.expires_after(kForegroundPeriod);
+    foreground_.async_wait([this](const boost::system::error_code& error) {
+      if (!error) Attach();
+    });
+    return;
+  }
+  if (editor_) {
+    editor_->Resume();
+  } else if (isTerminal_) {
+    editor_ = std::make_unique<LineEditor>([this](std::string_view text) { output_.Write(text); });
+  }
+  TakeLines();
 }
 
 void Console::Wait() {
+  if (isWaiting_ || !input_.is_open()) return;
+  isWaiting_ = true;
   const int flags = fcntl(STDIN_FILENO, F_GETFL);
   input_.async_wait(asio::posix::descriptor_base::wait_read,
                     [this](const boost::system::error_code& error) {
+                      isWaiting_ = false;
                       if (error == asio::error::operation_aborted || !input_.is_open()) return;
+                      if (!IsForeground()) return Attach();
                       Read();  // an error, too: a file is always readable and cannot be polled
+                      TakeLines();
                     });
   // The wait makes the open file non-blocking, also for other processes that share it.
   fcntl(STDIN_FILENO, F_SETFL, flags);
 }
 
 void Console::Read() {
+  char buffer[4096];
+  const ssize_t size = read(STDIN_FILENO, buffer, sizeof buffer);
+  if (size < 0 && (errno == EINTR || errno == EAGAIN)) return;
+  isLast_ = size <= 0;  // of a terminal, too: it hung up
+  if (isLast_) return;
+  const std::string_view bytes(buffer, static_cast<std::size_t>(size));
   if (editor_) {
-    if (IsHungUp()) return onEnd_();
-    editor_->Read();
+    editor_->Type(bytes);
   } else {
-    char buffer[4096];
-    const ssize_t size = read(STDIN_FILENO, buffer, sizeof buffer);
-    if (size > 0) text_.append(buffer, static_cast<std::size_t>(size));
-    const bool isLast = size == 0 || (size < 0 && errno != EINTR);
-    TakeLines(isLast);
-    if (isLast) {
-      Close();
-      onEnd_();
-      return;
-    }
+    text_ += bytes;
   }
-  if (input_.is_open()) Wait();
 }
 
-void Console::TakeLines(bool isLast) {
-  if (isLast && !text_.empty()) text_ += '\n';
-  for (std::size_t end = 0;
-       input_.is_open() && (end = text_.find('\n', searched_)) != std::string::npos;) {
-    const std::string line = text_.substr(0, end);
-    text_.erase(0, end + 1);
-    searched_ = 0;
-    onLine_(line);
+void Console::TakeLines() {
+  while (!isEnding_ && output_.GetWaiting() <= kLongQueue) {
+    const auto line = TakeLine();
+    if (line) {
+      handlers_.onLine(*line);
+    } else if (!isLast_) {
+      return Wait();
+    } else {
+      return End();
+    }
   }
-  searched_ = text_.size();
+}
+
+/// The next line that was read; none if its end is yet to be read.
+std::optional<std::string> Console::TakeLine() {
+  if (!editor_) return TakeTextLine();
+  switch (editor_->Next()) {
+    case LineEditor::Event::kLine:
+      return editor_->TakeLine();
+    case LineEditor::Event::kEnd:
+      isLast_ = true;
+      [[fallthrough]];
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<std::string> Console::TakeTextLine() {
+  for (;;) {
+    std::size_t end = text_.find('\n');
+    const bool isWhole = end != std::string::npos || (isLast_ && !text_.empty());
+    end = std::min(end, text_.size());
+    const bool isTooLong = std::exchange(isTextTooLong_, isTextTooLong_ || end > kLongestLine);
+    if (!isTooLong && isTextTooLong_) {
+      Print(FormatError("a line is longer than " + std::to_string(kLongestLine) + " bytes"));
+    }
+    std::optional<std::string> line;
+    if (isWhole && !isTextTooLong_) line = text_.substr(0, end);
+    if (isWhole || isTextTooLong_) text_.erase(0, end + 1);
+    if (line || !isWhole) return line;
+    isTextTooLong_ = false;
+  }
 }
 
 void Console::Resize() {
-  if (editor_) LineEditor::Resize();
+  if (editor_) editor_->Resize();
 }
 
-void Console::Print(std::string_view line) {
+bool Console::ClearLine() { return editor_ && editor_->Clear(); }
+
+void Console::Suspend() {
+  if (editor_) editor_->Suspend(IsForeground());
+}
+
+void Console::Resume() {
+  if (isTerminal_) Attach();
+}
+
+void Console::OnWritten() {
+  const std::size_t waiting = output_.GetWaiting();
+  if (waiting <= kLongQueue) PrintDropped();
+  if (!isEnding_) {
+    TakeLines();
+  } else if (output_.GetWaiting() == 0) {
+    handlers_.onEnd();
+  }
+}
+
+void Console::Print(std::string_view line, Cause cause) {
+  if (output_.IsGone()) return;
+  if (cause == Cause::kOther && output_.GetWaiting() > kLongestQueue) {
+    ++dropped_;
+    return;
+  }
+  PrintDropped();
+  PrintNow(line);
+}
+
+void Console::PrintDropped() {
+  if (dropped_ == 0) return;
+  PrintNow("! dropped " + std::to_string(std::exchange(dropped_, 0)) +
+           " lines that came faster than this output is read");
+}
+
+void Console::PrintNow(std::string_view line) {
   if (editor_) editor_->Hide();
   const char* const colour = isColoured_ ? ColourOf(line) : nullptr;
-  if (colour != nullptr) std::printf("\033[%sm", colour);
-  std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fputs(colour != nullptr ? "\033[0m\n" : "\n", stdout);
-  std::fflush(stdout);
+  std::string text = isOutputTerminal_ ? ToPrintable(line) : std::string(line);
+  if (colour != nullptr) text = std::string("\033[") + colour + 'm' + text + "\033[0m";
+  output_.Write(text += '\n');
   if (editor_) editor_->Show();
 }
 

@@ -157,6 +157,8 @@ std::string Quote(std::string_view text) { return '"' + Escape(text, true) + '"'
 
 std::string ToOneLine(std::string_view text) { return Escape(text, false); }
 
+std::string ToPrintable(std::string_view line) { return qx::ToPrintable(line); }
+
 bool IsUtf8(std::string_view text) {
   while (!text.empty()) {
     const int length = qx::Utf8Length(text);

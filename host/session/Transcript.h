@@ -35,4 +35,7 @@ std::string Quote(std::string_view text);
 /// Makes one line of the text: escapes control characters and bytes that are not UTF-8.
 std::string ToOneLine(std::string_view text);
 
+/// The line as a terminal may show it: escapes what `qx::ToPrintable` names.
+std::string ToPrintable(std::string_view line);
+
 }  // namespace host

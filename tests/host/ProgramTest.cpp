@@ -251,6 +251,10 @@ TEST(Program, CarriesOutStepsFromAPipe) {
          "loglevel LOUD\n"
          "# the last line has no end\n"
          "GET_SERVICE id=1");
+  Expect("run --listen none", 0,
+         "error a line is longer than 1048576 bytes\n> ui GET_SERVICE\nanswer\n",
+         std::string(3 << 20, 'x') + "\nui GET_SERVICE");
+  Expect("run --listen none 2>&1 <&- #", 0, "");
 }
 
 TEST(Program, LogsEachRecordAsOneLine) {

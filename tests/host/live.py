@@ -13,13 +13,17 @@ ENDED = (websocket.WebSocketConnectionClosedException, ConnectionError)
 
 
 class Host:
-    """A running host. `start_lines` is what it printed until its page could be opened."""
+    """A running host. `start_lines` is what it printed until its page could be opened.
 
-    def __init__(self, program, state=None, options=()):
+    Its output is read from then on, unless `reads` is false.
+    """
+
+    def __init__(self, program, state=None, options=(), reads=True):
         kept = ["--state", state] if state else []
         self.process = subprocess.Popen(
             [program, "run", "--listen", "127.0.0.1:0", *kept, *options],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8")
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE if not reads else None,
+            text=True, encoding="utf-8")
         self.start_lines, self.rest = [], []
         page = None
         while not page:
@@ -29,14 +33,15 @@ class Host:
             self.start_lines.append(line)
             page = re.match(r"! page http://.*:(\d+)/", line)
         self.port = int(page.group(1))
-        # An unread pipe would block the host.
         self.reader = threading.Thread(target=lambda: self.rest.extend(self.process.stdout))
-        self.reader.start()
+        if reads:
+            self.reader.start()
 
     def end(self, how=signal.SIGTERM):
         """Ends it. Returns its exit status, and what it printed since its page could be opened."""
         self.process.send_signal(how)
-        self.reader.join()
+        if self.reader.ident:
+            self.reader.join()
         with self.process:
             return self.process.wait(), "".join(self.rest)
 

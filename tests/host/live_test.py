@@ -5,6 +5,7 @@ import os
 import resource
 import signal
 import socket
+import subprocess
 import sys
 import tempfile
 import time
@@ -23,17 +24,21 @@ class LiveHost(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.state = os.path.join(folder.name, "state.xml")
 
-    def start(self, *options):
-        host = Host(PROGRAM, self.state, options)
+    def start(self, *options, **how):
+        host = Host(PROGRAM, self.state, options, **how)
         self.addCleanup(host.end, signal.SIGKILL)
         return host
 
-    def start_in_terminal(self):
+    def start_in_terminal(self, program=PROGRAM, arguments=None):
+        """The host, or a shell, at a terminal, in the locale of a minimal system."""
+        folder = os.path.dirname(self.state)
         terminal = pexpect.spawn(
-            PROGRAM, ["run", "--listen", "none", "--state", self.state], encoding="utf-8",
-            env={**os.environ, "TERM": "xterm", "NO_COLOR": "1"}, dimensions=(24, 80), timeout=20)
+            program, arguments or ["run", "--listen", "none", "--state", self.state],
+            encoding="utf-8", dimensions=(24, 80), timeout=20,
+            env={**os.environ, "TERM": "xterm", "NO_COLOR": "1", "LC_ALL": "C", "PS1": "$ ",
+                 "XDG_STATE_HOME": folder})
         self.addCleanup(terminal.close)
-        terminal.expect_exact("> ")
+        terminal.expect_exact("> " if program == PROGRAM else "$ ")
         return terminal
 
     def client(self, host, **options):
@@ -124,6 +129,93 @@ class LiveHost(unittest.TestCase):
         for step in ("SEND_REQUEST_EVENT id=1", "REMOVE_SERVICE id=2", "ADD_SERVICE name=Valet"):
             client.send(step)
             client.wait_for("push")
+
+    def test_goes_on_while_its_output_is_not_read(self):
+        host = self.start(reads=False)
+        client = self.client(host)
+        value = "x" * 60000
+        for i in range(40):
+            client.send(f"ADD_SERVICE name={i} description={value}")
+            client.wait_for("push")
+        host.process.stdin.write("help\n" * 100 + "ADD_SERVICE name=last\n")
+        host.process.stdin.flush()
+        host.reader.start()
+        client.wait_for("> ADD_SERVICE name=last")
+        client.wait_for("push")
+        host.process.stdin.close()
+        host.reader.join()
+        with host.process:
+            self.assertEqual(host.process.wait(), 0, host.process.stderr.read())
+        dropped = [int(line.split()[2]) for line in host.rest if line.startswith("! dropped")]
+        kept = [line for line in host.rest if line.startswith(("> ADD", "bound", "push"))]
+        self.assertEqual(len(dropped), 1)
+        self.assertEqual(len(kept) + dropped[0], 3 * 41)
+        self.assertEqual(sum(line.startswith("> help") for line in host.rest), 100)
+        self.assertEqual(sum(line.startswith("REMOVE_SERVICE id=") for line in host.rest), 100)
+
+    def test_serves_its_pages_when_the_reader_of_its_output_is_gone(self):
+        host = self.start(reads=False)
+        client = self.client(host)
+        host.process.stdout.close()
+        for name in ("one", "two"):
+            client.send(f"ADD_SERVICE name={name}")
+            client.wait_for("push")
+        self.assertEqual(host.end(signal.SIGTERM)[0], 1)
+        alone = subprocess.Popen([PROGRAM, "run", "--listen", "none"], stdin=subprocess.PIPE,
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        alone.stdout.close()
+        alone.stdin.write("help\n")
+        alone.stdin.flush()
+        with alone:
+            self.assertEqual(alone.wait(20), 1)
+            self.assertEqual(alone.stderr.read(),
+                             "error: cannot write to the standard output: Broken pipe\n")
+
+    def test_keys(self):
+        terminal = self.start_in_terminal()
+        terminal.send("\x1b")  # the begin of a key
+        time.sleep(0.2)
+        terminal.kill(signal.SIGHUP)
+        terminal.expect_exact("> reload\r\n")
+        terminal.send("bADD_SERVICE name=wrong")
+        terminal.expect_exact("wrong")
+        terminal.sendintr()
+        terminal.expect_exact("\r\x1b[J> ")
+        terminal.send("ADD_SERVICE name=Caf\u00e9\x1b[200~\x1b[3~\x16\r")
+        terminal.expect_exact('name="Caf\u00e9"')
+        terminal.send("REMOVE_SERVICE id=1\r")
+        terminal.expect_exact("push <service_removed>")
+        terminal.send(r'ADD_SERVICE name="\xC2\x9B\xE2\x80\xAE"' + "\r")
+        terminal.expect_exact(r'name="\xC2\x9B\xE2\x80\xAE" description')
+        terminal.sendintr()
+        terminal.expect(pexpect.EOF)
+        self.assertEqual(terminal.wait(), 0)
+        again = self.start_in_terminal()
+        again.send("ADD\x12\r")  # searches the lines of the run before
+        again.expect_exact("push <service_added>")
+        history = os.path.join(os.path.dirname(self.state), "guest-services", "history")
+        self.assertEqual(os.stat(history).st_mode & 0o777, 0o600)
+        again.sendeof()
+        again.expect_exact("> \r\n")
+        again.expect(pexpect.EOF)
+
+    def test_edits_after_it_was_stopped(self):
+        shell = self.start_in_terminal("/bin/bash", ["--norc", "-i"])
+        shell.send(f"{PROGRAM} run --listen none\r")
+        shell.expect_exact("ends the host")
+        shell.expect_exact("> ")
+        for back in ("fg\r", "bg\rfg\r"):
+            shell.send("xADD")
+            shell.expect_exact("xADD")
+            shell.sendcontrol("z")
+            shell.expect("Stopped.*\\$ ")
+            shell.send(back)
+            shell.expect_exact("\r\x1b[J> xADD")
+            shell.send("\x01\x04\t\x15")  # Ctrl-A, Ctrl-D, tab, Ctrl-U
+        shell.send("persist\r")
+        shell.expect_exact("answer <guest_services/>")
+        shell.sendintr()
+        shell.expect_exact("$ ")
 
     def test_a_line_being_edited_is_not_disturbed(self):
         terminal = self.start_in_terminal()

@@ -100,7 +100,7 @@ def soak(host, seconds, count):
         assert end < middle * 1.02 + 512, memory
     cuts = statistics.quantiles(times, n=100)
     print(f"{len(times)} commands to their pushes: median {cuts[49] * 1000:.2f} ms, 99th "
-          f"percentile {cuts[98] * 1000:.2f} ms; memory {middle} KiB in the middle, {end} KiB at the end")
+          f"percentile {cuts[98] * 1000:.2f} ms; memory {middle} KiB, {end} KiB at the end")
 
 
 with tempfile.TemporaryDirectory() as folder:

@@ -25,29 +25,20 @@ TEST(QxTime, KeepsItsFieldsAndReadsThemByTheZonesRules) {
     Fields fields;
     std::int64_t seconds;
   } cases[] = {
-      {"UTC", {1970, 1, 1, 0, 0, 0}, 0},
-      {"UTC", {2024, 2, 29, 23, 59, 59}, 1709251199},
       {"UTC", {2100, 2, 29, 0, 0, 0}, 4107542400},
-      {"UTC", {2038, 1, 19, 3, 14, 8}, 2147483648},
       {"UTC", {1600, 2, 29, 0, 0, 0}, -11670998400},
       {"UTC", {0, 3, 1, 0, 0, 0}, -62162035200},
       {"UTC", {-1, 12, 31, 0, 0, 0}, -62167305600},
-      {"UTC", {2024, 14, 29, 23, 58, 60}, 1740873540},
-      {"UTC", {2024, 0, 0, 0, 0, -1}, 1701302399},
       {"UTC", {2024, -11, -30, -1, -1, -1}, 1669849139},
       {"UTC", {2024, 3, 1, kMost, kMost, kMost}, 7863646882867},
       {"UTC", {kMost, 12, 31, 23, 59, 59}, 67767976233532799},
       {"UTC", {-kMost - 1, 1, 1, 0, 0, 0}, -67768100567971200},
-      {"Europe/Berlin", {1970, 1, 1, 0, 0, 0}, -3600},
-      {"Europe/Berlin", {2024, 7, 1, 12, 0, 0}, 1719828000},
       {"Europe/Berlin", {2024, 3, 31, 2, 30, 0}, 1711848600},        // skipped: counts on
       {"Europe/Berlin", {2024, 10, 27, 2, 30, 0}, 1729989000},       // repeated: the first
       {"Australia/Lord_Howe", {2024, 4, 7, 1, 30, 0}, 1712413800},   // half an hour, repeated
       {"Australia/Lord_Howe", {2024, 10, 6, 2, 15, 0}, 1728143100},  // and skipped
       {"Africa/Casablanca", {2024, 4, 14, 2, 30, 0}, 1713061800},
-      {"Asia/Kathmandu", {1986, 1, 1, 0, 15, 0}, 504901800},
       {"Pacific/Apia", {2011, 12, 30, 12, 0, 0}, 1325282400},
-      {"Pacific/Apia", {2011, 12, 31, 0, 0, 0}, 1325239200},
   };
   for (const auto& [zone, fields, seconds] : cases) {
     const test::Zone here(zone);
@@ -58,11 +49,15 @@ TEST(QxTime, KeepsItsFieldsAndReadsThemByTheZonesRules) {
 }
 
 TEST(QxTime, ComesBackFromSeconds) {
-  for (const char* const zone : {"UTC", "Europe/Berlin", "Etc/GMT+12", "Pacific/Chatham"}) {
+  for (const char* const zone :
+       {"UTC", "Europe/Berlin", "Etc/GMT+12", "Pacific/Chatham", "Australia/Lord_Howe",
+        "Africa/Casablanca", "Asia/Kathmandu", "Pacific/Apia"}) {
     const test::Zone here(zone);
     for (const long long seconds :
-         {-62135596800LL, -2147483649LL, -1LL, 0LL, 1709251199LL, 1711846799LL, 1711846800LL,
-          1729987199LL, 1729990799LL, 1729994400LL, 2147483648LL, 253402300799LL}) {
+         {-62135596800LL, -2147483649LL, -1LL,         0LL,           504901799LL,  504901800LL,
+          1325239199LL,   1325239200LL,  1709251199LL, 1710032400LL,  1711846799LL, 1711846800LL,
+          1728142199LL,   1728142200LL,  1729987199LL, 1729987200LL,  1729990799LL, 1729994400LL,
+          2147483648LL,   2153350799LL,  2153350800LL, 253402300799LL}) {
       const QxTime time(seconds);
       EXPECT_EQ(time.GetTime(), seconds) << zone;
       EXPECT_EQ(MakeTime(FieldsOf(time)).GetTime(), seconds) << zone;
@@ -71,7 +66,6 @@ TEST(QxTime, ComesBackFromSeconds) {
   const test::Zone berlin("Europe/Berlin");
   EXPECT_EQ(FieldsOf(QxTime()), (Fields{1970, 1, 1, 0, 0, 0}));
   EXPECT_EQ(FieldsOf(QxTime(-3600)), FieldsOf(QxTime()));
-  EXPECT_EQ(FieldsOf(QxTime(1709283600LL)), (Fields{2024, 3, 1, 10, 0, 0}));
   // The second of two has its own count, and the fields of the first.
   EXPECT_EQ(QxTime(1729992600LL).GetTime(), 1729992600);
   EXPECT_EQ(FieldsOf(QxTime(1729992600LL)), (Fields{2024, 10, 27, 2, 30, 0}));

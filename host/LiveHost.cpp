@@ -12,6 +12,7 @@
 
 #include "host/PageFiles.h"
 #include "host/engine/Clock.h"
+#include "host/session/StepCompletion.h"
 #include "host/session/Transcript.h"
 
 namespace host {
@@ -95,7 +96,7 @@ bool LiveHost::Run() {
     server_->Start();
     console_.Print("! page " + UrlOf(server_->GetEndpoint()));
   }
-  if (console_.IsTerminal()) console_.Print("help lists the steps, Ctrl-D ends the host");
+  if (console_.IsTerminal()) console_.Print("help lists the steps, exit or Ctrl-D ends the host");
   console_.Open();
   AwaitSignal();
   ArmClock();
@@ -192,6 +193,7 @@ void LiveHost::OnConsoleLine(const std::string& line) {
   const bool isComment = text.empty() || text.front() == '#';
   if (!console_.IsTerminal()) console_.Print(isComment ? text : "> " + text);
   if (!isComment) RunLine(text, nullptr);
+  if (session_.IsExiting()) console_.End();
 }
 
 void LiveHost::OnPageLine(web::Client& page, const std::string& line) {
@@ -212,6 +214,9 @@ void LiveHost::RunLine(const std::string& line, web::Client* page) {
   } else {
     RunAction(step, page == nullptr);
   }
+  if (page != nullptr) return;
+  const std::string warning = DescribeUnknownKeys(step);
+  if (!warning.empty()) console_.Print("! " + warning);
 }
 
 void LiveHost::RunQuery(const Step& step, web::Client* page) {

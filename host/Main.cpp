@@ -46,8 +46,9 @@ std::string CheckProxyName(const std::string& value) {
 
 void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
   command.footer(
-      "Type help for the steps. The host ends at the end of the input (Ctrl-D), on SIGINT and on\n"
-      "SIGTERM. SIGHUP reloads the plug-in. NO_COLOR disables colours.");
+      "Type help for the steps. The host ends at the end of the input (Ctrl-D), at exit, on "
+      "SIGINT\n"
+      "and on SIGTERM. SIGHUP reloads the plug-in. NO_COLOR disables colours.");
   command
       .add_option("--state", options.session.stateFile,
                   "Keep the agent's state in this file, and its previous version in FILE.backup; "

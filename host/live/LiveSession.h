@@ -69,11 +69,14 @@ class LiveSession : private ILiveSteps {
   const Lines& GetNotices() const { return notices_; }
   /// How many there have been.
   std::size_t GetNoticeCount() const { return noticeCount_; }
+  /// Whether a step asked the host to end.
+  bool IsExiting() const { return isExiting_; }
 
  private:
   // ILiveSteps
   void Reload() override;
   void Export(const std::string& path) override;
+  void Exit() override { isExiting_ = true; }
 
   /// Saves after `action` if it may have changed the state, or if the last save failed.
   Lines Call(const std::function<void()>& action, bool mayChangeState = true);
@@ -92,6 +95,7 @@ class LiveSession : private ILiveSteps {
   std::unique_ptr<PluginLibrary> plugin_;
   bool isCalling_ = false;
   bool isMute_ = false;
+  bool isExiting_ = false;
   Lines lines_;  // of the call at work
   std::unique_ptr<Session> session_;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/session/StepTable.h"
+#include "host/session/Transcript.h"
 
 namespace host {
 namespace {
@@ -21,9 +22,12 @@ Words Split(std::string_view line) {
   }
 }
 
+/// How many words of a usage name the step: a request's name follows "ui".
+std::ptrdiff_t CountNames(const Words& usage) { return usage[0] == "ui" ? 2 : 1; }
+
 /// The words that can follow `typed`, the whole words before the cursor, in one usage.
 Words WordsAfter(const Words& typed, const Words& usage) {
-  const std::size_t names = usage[0] == "ui" ? 2 : 1;  // a request's name follows "ui"
+  const auto names = static_cast<std::size_t>(CountNames(usage));
   const std::size_t common = std::min(names, typed.size());
   if (!std::equal(usage.begin(), usage.begin() + static_cast<std::ptrdiff_t>(common),
                   typed.begin())) {
@@ -44,6 +48,32 @@ Words WordsAfter(const Words& typed, const Words& usage) {
 }
 
 }  // namespace
+
+std::string DescribeUnknownKeys(const Step& step) {
+  Words names = {step.name};
+  if (step.name == "ui" && !step.words.empty()) names.push_back(step.words[0].value);
+  if (!Step::IsCommandName(names.back())) return "";
+  bool isListed = false;
+  Words known;
+  for (const StepRow& row : StepTable()) {
+    const Words usage = Split(row.usage);
+    if (!std::equal(names.begin(), names.end(), usage.begin(), usage.begin() + CountNames(usage))) {
+      continue;
+    }
+    isListed = true;
+    for (const std::string_view key : WordsAfter(names, usage)) known.push_back(key);
+  }
+  std::string unknown;
+  for (const StepWord& word : step.words) {
+    const bool isKnown = std::find(known.begin(), known.end(), word.key + '=') != known.end();
+    if (isListed && !word.key.empty() && !isKnown) unknown += ' ' + word.key + '=';
+  }
+  if (unknown.empty()) return "";
+  std::string text = std::string(names.back()) + " has no parameter" + unknown;
+  if (!known.empty()) text += "; it has";
+  for (const std::string_view key : known) (text += ' ') += key;
+  return ToOneLine(text);
+}
 
 std::vector<std::string> CompleteStep(std::string_view line) {
   Words typed = Split(line);

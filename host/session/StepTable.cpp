@@ -138,6 +138,11 @@ void RunExport(const StepContext& context, const Step& step) {
   context.live->Export(GetValue(step));
 }
 
+void RunExit(const StepContext& context, const Step& step) {
+  GetValues(step, 0, 0);
+  context.live->Exit();
+}
+
 void RunHelp(const StepContext& context, const Step& step);
 
 constexpr unsigned int kConsole = static_cast<unsigned int>(Sender::kConsole);
@@ -195,6 +200,8 @@ constexpr StepRow kSteps[] = {
     {"export FILE", "writes the session so far to a new file, as a scenario",
      kConsole, kQuery, Effect::kNone, RunExport},
     {"help", "lists the steps", kConsole, kQuery, Effect::kNone, RunHelp},
+    {"exit", "ends the host, as the end of the input does", kConsole, kQuery, Effect::kNone, RunExit},
+    {"quit", "the same", kConsole, kQuery, Effect::kNone, RunExit},
 };
 // clang-format on
 

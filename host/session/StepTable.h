@@ -21,6 +21,8 @@ class ILiveSteps {
   virtual void Reload() = 0;
   /// Writes the session so far to a new file. Throws `std::system_error`.
   virtual void Export(const std::string& path) = 0;
+  /// Lets the host end after the present step.
+  virtual void Exit() = 0;
 };
 
 /// What a step acts on.

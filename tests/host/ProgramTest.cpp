@@ -252,8 +252,17 @@ TEST(Program, CarriesOutStepsFromAPipe) {
          "# the last line has no end\n"
          "GET_SERVICE id=1");
   Expect("run --listen none", 0,
-         "error a line is longer than 1048576 bytes\n> ui GET_SERVICE\nanswer\n",
-         std::string(3 << 20, 'x') + "\nui GET_SERVICE");
+         "> ADD_SERVICE nmae=1 type=shortcut\n"
+         "push <service_added><shortcut id=\"1\" shortcut_id=\"0\"/></service_added>\n"
+         "! ADD_SERVICE has no parameter nmae=; it has name= description= icon= delay= "
+         "operarequest= type= shortcut_id=\n"
+         "> ui GET_SERVICE id=9 x=1\n"
+         "answer\n"
+         "! GET_SERVICE has no parameter x=; it has id=\n"
+         "error a line is longer than 1048576 bytes\n"
+         "> quit\n",
+         "ADD_SERVICE nmae=1 type=shortcut\nui GET_SERVICE id=9 x=1\n" + std::string(3 << 20, 'x') +
+             "\nquit\npersist\n");
   Expect("run --listen none 2>&1 <&- #", 0, "");
 }
 

@@ -156,7 +156,7 @@ TEST_F(Live, ExportsWhatReplays) {
                                "forwarder on",
                                "programming off",
                                "loglevel TRACE",
-                               "verbose on",
+                               " verbose on",
                                "ui GET_ALL_SERVICES"};
   for (unsigned int seed = 1; seed <= 20; ++seed) {
     std::mt19937 random(seed);

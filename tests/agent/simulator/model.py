@@ -86,9 +86,6 @@ class Model:
         return service.delay != -1 and (
             self.now >= to_seconds(service.request_time) + 60 * service.delay)
 
-    def cancel(self, service):
-        service.state = 0
-
     # Commands
 
     def add_service(self, params, _):
@@ -157,7 +154,7 @@ class Model:
         event = unsigned(service.id + CANCEL_EVENT_OFFSET)
         self.push_id("service_state_canceled", service.id)
         self.log("INFO", f"sent cancel event for: {service.name} eventid: {event}")
-        self.cancel(service)
+        service.state = 0
         self.say(f"fire {event}")
         self.bound("SERVICE_STATE_CANCELED", service.id)
 

@@ -16,7 +16,7 @@ import tempfile
 import time
 
 from generator import Generator
-from model import WORD, Model
+from model import Model
 
 STREAM_LENGTH = 200  # short lists, and many of them
 BATCH = 50  # streams that the host replays at once
@@ -32,8 +32,8 @@ def make_stream(seed, model):
     return stream
 
 
-def to_scenario(stream, comment=None):
-    lines = [f"# {comment}"] if comment else []
+def to_scenario(stream, *lines):
+    lines = list(lines)
     for step, expected in stream:
         lines += ["> " + step, *expected]
     return "".join(line + "\n" for line in lines)
@@ -82,8 +82,7 @@ class Simulation:
         return not self.replay([to_scenario(self.follow(steps))])
 
     def shrink(self, seed):
-        """The steps of that seed's stream that are left when no step, and no parameter of one, can
-        be taken out of them without the difference going, too."""
+        """The steps of that seed's stream without those that the difference does not need."""
         steps = [step for step, _ in make_stream(seed, self.make_model())]
         size = len(steps) // 2
         while size:  # large pieces first, then smaller ones; single steps until none can go
@@ -93,8 +92,6 @@ class Simulation:
                 steps, at = (rest, at) if rest else (steps, at + size)
             if size > 1 or len(steps) == before:
                 size //= 2
-        for at in range(len(steps)):
-            steps = self.without_params(steps, at)
         return steps
 
     def without(self, steps, at, count):
@@ -105,15 +102,6 @@ class Simulation:
             if self.differs(steps[:at] + tail):
                 return steps[:at] + tail
         return None
-
-    def without_params(self, steps, at):
-        words = WORD.findall(steps[at])
-        for word in [word for word in reversed(words) if "=" in word]:
-            shorter = [other for other in words if other is not word]
-            candidate = [*steps[:at], " ".join(shorter), *steps[at + 1:]]
-            if self.differs(candidate):
-                steps, words = candidate, shorter
-        return steps
 
 
 def lower_ids(step, by):
@@ -132,7 +120,7 @@ def report(options, seed):
     with tempfile.TemporaryDirectory() as folder:
         simulation = Simulation(options.host, folder)
         steps = simulation.shrink(seed)
-        scenario = to_scenario(simulation.follow(steps), f"Seed {seed}, shrunk.")
+        scenario = to_scenario(simulation.follow(steps), f"# Seed {seed}, shrunk.")
     with open(options.file, "w", encoding="utf-8") as file:
         file.write(scenario)
     print(f"a difference; {STREAM_LENGTH} steps of seed {seed} are shrunk to {len(steps)}:")

@@ -9,7 +9,6 @@ import tempfile
 import unittest
 
 from model import Model
-from service import Service
 from simulate import BATCH, Simulation
 
 HOST = sys.argv[1:]
@@ -28,18 +27,11 @@ class CountsToTheNextId(Model):
         return len(self.services) + 1
 
 
-class ForgetsWhenARequestWasMade(Model):
-    def cancel(self, service):
-        super().cancel(service)
-        service.request_time = Service.request_time
-
-
 class SimulationTest(unittest.TestCase):
     def test_finds_a_wrong_rule_and_shrinks_the_stream_to_what_shows_it(self):
         for model, most_steps in (
                 (LapsesASecondLate, 5),  # add, request, sweeps at that second
-                (CountsToTheNextId, 4),  # add, add, remove the first, add
-                (ForgetsWhenARequestWasMade, 4)):  # add, request, cancel, a look at it
+                (CountsToTheNextId, 4)):  # add, add, remove the first, add
             with self.subTest(model), tempfile.TemporaryDirectory() as folder:
                 simulation = Simulation(HOST, folder, model)
                 seed = simulation.run(range(BATCH))[0]

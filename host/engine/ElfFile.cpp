@@ -74,6 +74,7 @@ class Reader {
     if (offsets.empty()) return {};
     const std::string_view table = SliceMemory(names, namesSize);
     std::vector<std::string_view> libraries;
+    libraries.reserve(offsets.size());
     for (const std::uint64_t offset : offsets) libraries.push_back(ReadName(table, offset));
     return libraries;
   }

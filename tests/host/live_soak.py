@@ -26,8 +26,7 @@ class Page(Client):
     def __init__(self, port):
         super().__init__(port)
         self.wait_for("! replay-end")
-        services = self.ask("GET_ALL_SERVICES")
-        self.services = {entry.get("id"): entry.get("state") for entry in services}
+        self.services = {one.get("id"): one.get("state") for one in self.ask("GET_ALL_SERVICES")}
 
     def receive(self):
         line = super().receive()
@@ -76,8 +75,8 @@ def keep_busy(port, until, times):
 
 
 def soak(host, seconds, count):
-    process = pathlib.Path("/proc", str(host.process.pid))
-    at_rest, memory, times = len(list((process / "fd").iterdir())), [], []
+    process, memory, times = pathlib.Path("/proc", str(host.process.pid)), [], []
+    at_rest = len(list((process / "fd").iterdir()))
     with concurrent.futures.ThreadPoolExecutor(count) as pool:
         until = time.monotonic() + seconds
         busy = [pool.submit(keep_busy, host.port, until, times) for _ in range(count)]

@@ -33,7 +33,7 @@ def make_stream(seed, model):
 
 
 def to_scenario(stream, *lines):
-    lines = list(lines)
+    lines = [*lines]
     for step, expected in stream:
         lines += ["> " + step, *expected]
     return "".join(line + "\n" for line in lines)
@@ -77,9 +77,7 @@ class Simulation:
         return [(step, model.follow(step)) for step in steps]
 
     def differs(self, steps):
-        if not steps:  # that is no scenario
-            return False
-        return not self.replay([to_scenario(self.follow(steps))])
+        return bool(steps) and not self.replay([to_scenario(self.follow(steps))])
 
     def shrink(self, seed):
         """The steps of that seed's stream without those that the difference does not need."""
@@ -130,13 +128,10 @@ def report(options, seed):
 def read_options():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("host", nargs="+", metavar="HOST", help="the host program's command")
-    parser.add_argument("--seed", type=int, default=random.randrange(2**32),
-                        help="where the steps come from; any, if it is not given")
-    parser.add_argument("--steps", type=int, default=sys.maxsize,
-                        help="how many steps to carry out, about")
+    parser.add_argument("--seed", type=int, default=random.randrange(2**32))
+    parser.add_argument("--steps", type=int, default=sys.maxsize, help="how many, about")
     parser.add_argument("--seconds", type=float, default=3600, help="how long to go on at most")
-    parser.add_argument("--file", default="simulation.txt",
-                        help="where to write the scenario that shows a difference")
+    parser.add_argument("--file", default="simulation.txt", help="for a scenario that differs")
     return parser.parse_args()
 
 

@@ -58,7 +58,7 @@ template <typename Image>
 class ElfFile : public testing::Test {};
 using Images = testing::Types<Library<ELFCLASS32, Elf32_Ehdr, Elf32_Phdr, Elf32_Dyn>,
                               Library<ELFCLASS64, Elf64_Ehdr, Elf64_Phdr, Elf64_Dyn>>;
-TYPED_TEST_SUITE(ElfFile, Images);
+TYPED_TEST_SUITE(ElfFile, Images, );
 
 TYPED_TEST(ElfFile, SaysWhichLibrariesItNeedsOrWhatIsWrong) {
   using Image = TypeParam;

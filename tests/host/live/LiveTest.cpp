@@ -118,8 +118,10 @@ TEST_F(Live, RefusesALogConfigurationThatIncludesItself) {
       {"  include\t" + one + "\r", one + ": includes itself"},
       {"include " + fifo, fifo + ": not a regular file"},
       {"include " + two + "x", "cannot open " + two + "x: No such file or directory"}};
+  const std::string text = "# include " + fifo + "\ninclude " + two + '\n';
+  const std::string option = "--log-config " + one + ": ";
   for (const auto& [line, reason] : cases) {
-    test::WriteFile(one, "# include " + fifo + "\ninclude " + two + '\n');
+    test::WriteFile(one, text);
     test::WriteFile(two, line + '\n');
     host::LiveSession::Options options;
     options.plugin = PLUGIN_PATH;
@@ -128,7 +130,7 @@ TEST_F(Live, RefusesALogConfigurationThatIncludesItself) {
       host::LiveSession session(options, [this] { return now_; });
       ADD_FAILURE() << line;
     } catch (const std::runtime_error& error) {
-      EXPECT_EQ(error.what(), "--log-config " + one + ": " + reason);
+      EXPECT_EQ(error.what(), option + reason);
     }
   }
 }
@@ -183,9 +185,9 @@ TEST_F(Live, BoundsItsRecordAtOnce) {
   session.Start();
   Run(session, "ADD_SERVICE name=Valet delay=1");
   const auto first = session.GetScenario();
-  const std::string firstText = *first;
+  const std::string firstText(first->begin(), first->end());
   for (int i = 0; i < 60; ++i) {
-    Pass(i % 7 * 1000);
+    Pass(std::int64_t{i} % 7 * 1000);
     session.CatchUp();
     Run(session, start + "name=\"" + std::string(60000, static_cast<char>('a' + i % 26)) + "\"/>'");
     if (i % 5 == 0) Run(session, "SEND_REQUEST_EVENT id=1");

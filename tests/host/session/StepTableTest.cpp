@@ -65,7 +65,8 @@ TEST(StepTable, IsTheListInTheDocumentation) {
     for (const auto& [sender, name] : kSenders) {
       if (row.Admits(sender)) senders += (senders.empty() ? "" : ", ") + std::string(name);
     }
-    list += "| `" + usage + "` | " + std::string(row.meaning) + " | " + senders + " |\n";
+    list.append("| `").append(usage).append("` | ").append(row.meaning);
+    list.append(" | ").append(senders).append(" |\n");
   }
   const std::string page = test::ReadFile(std::string(PROJECT_DIR) + "/docs/scenarios.md");
   EXPECT_NE(page.find('\n' + list + '\n'), std::string::npos) << "docs/scenarios.md lacks\n"

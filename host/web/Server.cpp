@@ -1,5 +1,6 @@
 #include "host/web/Server.h"
 
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -47,7 +48,6 @@ void Server::Accept() {
 }
 
 void Server::OnAccept(tcp::socket socket) {
-  isPaused_ = false;
   const Limits& limits = state_->site.limits;
   const std::size_t count = state_->connectionPlaces.GetTaken();
   if (count >= limits.connections + limits.refusals) return;
@@ -62,8 +62,12 @@ void Server::OnAccept(tcp::socket socket) {
 }
 
 void Server::Pause(const std::string& problem) {
-  if (!isPaused_) Report(state_->site.onProblem, "new connections have to wait: " + problem);
-  isPaused_ = true;
+  const auto now = std::chrono::steady_clock::now();
+  if (now >= nextReport_) {
+    Report(state_->site.onProblem, "new connections have to wait: " + problem);
+  }
+  // Connections that end and others that begin may bring the shortage back again and again.
+  nextReport_ = now + state_->site.limits.reportTime;
   pause_.expires_after(state_->site.limits.acceptTime);
   pause_.async_wait([self = shared_from_this()](const error_code& error) {
     if (!error && self->acceptor_.is_open()) self->Accept();

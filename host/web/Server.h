@@ -3,7 +3,9 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <memory>
+#include <string>
 
 #include "host/web/Site.h"
 #include "host/web/State.h"
@@ -44,7 +46,7 @@ class Server : public std::enable_shared_from_this<Server> {
 
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
-  bool isPaused_ = false;  // since the last connection
+  std::chrono::steady_clock::time_point nextReport_;  // of a shortage
   const std::shared_ptr<State> state_;
 };
 

@@ -200,6 +200,7 @@ class LiveHost(unittest.TestCase):
         again.expect_exact("> \r\n")
         again.expect(pexpect.EOF)
 
+    @unittest.skipIf("/asan/" in PROGRAM, "keys typed before the slow program sets the terminal are lost")
     def test_edits_after_it_was_stopped(self):
         shell = self.start_in_terminal("/bin/bash", ["--norc", "-i"])
         shell.send(f"{PROGRAM} run --listen none\r")

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Usage: plot.py MEASURED.json PLOT.svg
 
-Draws the medians of the benchmarks: the agent beside its peers, on scales that begin at 0.
+Draws the times of the benchmarks: the agent beside its peers, on scales that begin at 0.
 """
 
 import os

@@ -12,11 +12,12 @@ import json
 import re
 import statistics
 import sys
-from collections import namedtuple
+from collections import defaultdict, namedtuple
 
 Goal = namedtuple("Goal", "case figure unit must aim")
 SIZES = (100, 1000)
 NOT_QUIET = 3  # the exit status
+NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6}
 MARKS = ("<!-- measured -->\n", "<!-- end of what was measured -->")
 
 
@@ -24,19 +25,28 @@ class Measured:
     def __init__(self, path):
         with open(path, encoding="utf-8") as file:
             data = json.load(file)
-        runs = [run for run in data["benchmarks"] if run.get("aggregate_name") == "median"]
         failed = [run["name"] for run in data["benchmarks"] if run.get("error_occurred")]
-        if failed or not runs:
-            sys.exit(f"{path}: no medians, or failed: {failed}")
+        if failed or not data["benchmarks"]:
+            sys.exit(f"{path}: nothing measured, or failed: {failed}")
         self.context = data["context"]
-        self.spreads = [run["cpu_time"] for run in data["benchmarks"]
-                        if run.get("aggregate_name") == "cv" and not run["name"].startswith("heap/")]
-        self.runs = {"/".join(run["name"].split("_median")[0].split("/")[:3]): run for run in runs}
+        self.runs = defaultdict(list)  # by CASE/WHO/SIZE: the repetitions
+        for run in data["benchmarks"]:
+            if run["run_type"] == "iteration":
+                self.runs["/".join(run["name"].split("/")[:3])].append(run)
+
+    def undisturbed(self, name):
+        """CPU times in nanoseconds of the fastest quarter of the repetitions of CASE/WHO/SIZE."""
+        times = sorted(run["cpu_time"] * NANOSECONDS[run["time_unit"]] for run in self.runs[name])
+        return times[:len(times) // 4]
 
     def time(self, case, who, size):
         """CPU time in nanoseconds."""
-        run = self.runs[f"{case}/{who}/{size}"]
-        return run["cpu_time"] * {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
+        return statistics.median(self.undisturbed(f"{case}/{who}/{size}"))
+
+    def spread(self):
+        """The median, over the cases, of the coefficient of variation of the fastest quarter."""
+        quarters = [self.undisturbed(name) for name in self.runs if not name.startswith("heap/")]
+        return statistics.median(statistics.stdev(times) / statistics.mean(times) for times in quarters)
 
     def ratio(self, case, peer, size):
         return self.time(case, "agent", size) / self.time(case, peer, size)
@@ -53,8 +63,7 @@ class Measured:
         return {
             "processor time of other programs, of one core": (100 * self.context["others"], 10),
             "time stolen by the hypervisor": (100 * self.context["steal"], 1),
-            "spread of the repetitions (median coefficient of variation)":
-                (100 * statistics.median(self.spreads), 5),
+            "spread of the fastest quarter of the repetitions": (100 * self.spread(), 5),
         }
 
     def sizes(self, case, who):
@@ -83,7 +92,7 @@ def goals_of(measured, plugin_size, arm_heap):
         for size in SIZES:
             growth = measured.time(case, "agent", 10 * size) / measured.time(case, "agent", size)
             yield Goal(f"growth of {case}, {size} to {10 * size} services", growth, "×", 12, None)
-    heap = measured.runs["heap/agent/1000"]
+    heap = measured.runs["heap/agent/1000"][0]
     yield Goal("heap for a service, x86-64", heap["bytes"], "bytes", 256, 192)
     if arm_heap:
         yield Goal("heap for a service, armhf", int(arm_heap), "bytes", 256, 192)
@@ -135,12 +144,12 @@ def main():
     measured = Measured(path)
     goals = list(goals_of(measured, plugin_size, arm_heap))
     noise = measured.noise()
-    fields = measured.runs["heap/agent/1000"]["texts_and_fields"]
+    fields = measured.runs["heap/agent/1000"][0]["texts_and_fields"]
     size_note = "" if plugin_size else " The 32-bit plug-in was not built: its figures are missing."
     lines = [machine_text(measured, compiler, libraries), "",
              f"Other load during the run: {noise_text(noise)}.", "", *goal_table(goals), "",
              f"The texts and fields of a service are {fields:.0f} bytes on x86-64.{size_note}", "",
-             "Medians in microseconds, by the number of services:", "", *time_table(measured), ""]
+             "Microseconds, by the number of services:", "", *time_table(measured), ""]
     print("\n".join(lines))
     if any(figure > limit for figure, limit in noise.values()):
         print("the machine was not quiet: " + noise_text(noise), file=sys.stderr)

@@ -48,8 +48,9 @@ class PLATFORM_API IHost {
   /// afterwards.
   virtual void KillTimer(ID::Timer timer, bool clear) = 0;
 
-  /// Creates a binding, which `SendBoundCall` can name from then on. `text` may be null. The host
-  /// defines what `type` and the flags mean.
+  /// Creates a binding, which `SendBoundCall` can name from then on, until `RemoveDynamicBinding`.
+  /// A driver adds each `id` once. `text` may be null. The host defines what `type`, the texts and
+  /// the flags mean.
   virtual void AddDynamicBinding(unsigned int id, BindingType type, bool first,
                                  const std::string& name, const std::string& bindingClass,
                                  bool second, bool third, const char* text) = 0;
@@ -79,9 +80,12 @@ class PLATFORM_API IHost {
 
   /// Seconds since 1970-01-01 00:00:00 UTC. Does not fail.
   virtual std::int64_t CurrentTime() const = 0;
-  /// Receives every record of the root logger whose level is enabled.
+  /// Receives every record of the root logger whose level is enabled, also those that the host
+  /// writes itself, except by `qx::WriteHostError`. It is called inside the call that writes the
+  /// record. `record` is valid during the call.
   virtual void OnLogRecord(const LogRecord& record) = 0;
-  /// Receives a failed assertion; the driver goes on after the call.
+  /// Receives a failed assertion; the driver goes on after the call. `file` is the name that the
+  /// driver gives to its source, and need not be a path; `line` counts from 1.
   virtual void OnAssertion(const char* file, int line, const StackTrace& trace) = 0;
 };
 

@@ -45,7 +45,8 @@ class PLATFORM_API XmlNode {
   void Initialize(std::string_view name, std::string_view value);
 
   /// Appends a copy of `child` as it is now: changing `child` afterwards does not change this
-  /// element. A child without a name is not appended.
+  /// element. A child without a name is not appended. `child` must not be null; it may be this
+  /// element.
   void AddChild(const boost::shared_ptr<XmlNode>& child);
   /// Appends a new child element with that name and text.
   void AddChild(std::string_view name, std::string_view value);
@@ -81,6 +82,7 @@ class PLATFORM_API XmlNode {
 /// A text that parsed. [any time]
 class PLATFORM_API XmlDocument {
  public:
+  /// Shares `root`, which must not be null.
   explicit XmlDocument(const boost::shared_ptr<XmlNode>& root);
   ~XmlDocument();
   XmlDocument(const XmlDocument&) = delete;
@@ -106,12 +108,13 @@ PLATFORM_API boost::shared_ptr<XmlNode> CreateXmlNode(std::string_view name,
 PLATFORM_API boost::shared_ptr<XmlDocument> CreateXmlDocument(std::string_view text);
 
 /// The decimal integer, with or without a sign, that `text` begins with; 0 when there is none. A
-/// number outside 32 bits gives its low 32 bits.
+/// number outside 32 bits gives its low 32 bits. `text` must not be null and ends with a NUL byte.
 PLATFORM_API int ToInt(const char* text);
 
 }  // namespace qx
 
-/// Writes a number into an element, as a child element named `name`. Throws `std::bad_alloc` only.
+/// Writes a number into an element, as a child element named `name`. Neither may be null. Throws
+/// `std::bad_alloc` only.
 class PLATFORM_API XmlHelper {
  public:
   static void toXml(int value, boost::shared_ptr<qx::XmlNode>& element, const char* name);

@@ -7,6 +7,7 @@
 
 #include "host/engine/Clock.h"
 #include "host/session/Transcript.h"
+#include "platform/QxTime.h"
 
 namespace host {
 namespace {
@@ -15,7 +16,7 @@ constexpr std::size_t kMostRecentLines = 500;
 constexpr std::size_t kMostRecentSize = std::size_t{256} << 10;
 
 std::string ClockLine(std::int64_t seconds) {
-  return "! clock " + std::to_string(seconds) + ' ' + std::to_string(GetUtcOffset(seconds));
+  return "! clock " + std::to_string(seconds) + ' ' + std::to_string(qx::GetUtcOffset(seconds));
 }
 
 std::string NoticeLine(const std::string& notice) { return "! notice " + Quote(notice); }

@@ -26,14 +26,13 @@ std::int64_t DaysFromCivil(std::int64_t year, std::int64_t month, std::int64_t d
   return era * kDaysPerEra + dayOfEra - kDaysFromEraStartTo1970 + (day - 1);
 }
 
-/// The zone's offset from UTC, in seconds, at a moment; 0 where the C library has no calendar.
-std::int64_t OffsetAt(std::int64_t seconds) {
+}  // namespace
+
+std::int64_t qx::GetUtcOffset(std::int64_t seconds) {
   const std::time_t time = seconds;
   std::tm fields{};
   return localtime_r(&time, &fields) != nullptr ? fields.tm_gmtoff : 0;
 }
-
-}  // namespace
 
 QxTime::QxTime() = default;
 
@@ -58,10 +57,10 @@ std::int64_t QxTime::GetTime() const {
                              std::int64_t{hour_} * 3600 + std::int64_t{minute_} * 60 + second_;
   // The offsets a day before and a day after bracket any change of the hour. Of two moments with
   // the same fields the larger offset gives the first, which the one before the change has.
-  const std::int64_t before = asUtc - OffsetAt(asUtc - kSecondsPerDay);
-  const std::int64_t after = asUtc - OffsetAt(asUtc + kSecondsPerDay);
-  const bool afterFits = after + OffsetAt(after) == asUtc;
-  const bool beforeFits = before + OffsetAt(before) == asUtc;
+  const std::int64_t before = asUtc - qx::GetUtcOffset(asUtc - kSecondsPerDay);
+  const std::int64_t after = asUtc - qx::GetUtcOffset(asUtc + kSecondsPerDay);
+  const bool afterFits = after + qx::GetUtcOffset(after) == asUtc;
+  const bool beforeFits = before + qx::GetUtcOffset(before) == asUtc;
   seconds_ = afterFits && !beforeFits ? after : before;
   return seconds_;
 }

@@ -47,3 +47,11 @@ class PLATFORM_API QxTime {
   // Reading the zone's rules is slow, and most times are never asked for their seconds.
   mutable std::int64_t seconds_ = kNotYetComputed;
 };
+
+namespace qx {
+
+/// The offset of the process's time zone from UTC at a moment, daylight saving time included; both
+/// in seconds. 0 where the C library has no calendar. Does not fail. [any time]
+PLATFORM_API std::int64_t GetUtcOffset(std::int64_t seconds);
+
+}  // namespace qx

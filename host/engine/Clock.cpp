@@ -21,10 +21,4 @@ std::int64_t SystemClock::BaseWall() const { return MillisecondsOf(CLOCK_REALTIM
 
 std::int64_t SystemClock::BaseMonotonic() const { return MillisecondsOf(CLOCK_MONOTONIC); }
 
-std::int64_t GetUtcOffset(std::int64_t seconds) {
-  const std::time_t time = seconds;
-  std::tm fields{};
-  return localtime_r(&time, &fields) != nullptr ? fields.tm_gmtoff : 0;
-}
-
 }  // namespace host

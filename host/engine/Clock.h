@@ -51,7 +51,4 @@ class SystemClock : public Clock {
   std::int64_t BaseMonotonic() const override;
 };
 
-/// The offset of the process's time zone from UTC at a moment, DST included; both in seconds.
-std::int64_t GetUtcOffset(std::int64_t seconds);
-
 }  // namespace host

@@ -10,8 +10,10 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "host/LiveHost.h"
 #include "host/engine/PluginLibrary.h"
@@ -19,6 +21,7 @@
 #include "host/session/Replay.h"
 #include "host/session/Transcript.h"
 #include "host/web/Access.h"
+#include "platform/HostLog.h"
 
 namespace {
 
@@ -71,7 +74,8 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
       .add_option("--log-level", options.session.logLevel,
                   "The root logger's level; INFO if no option sets it")
       ->type_name("LEVEL")
-      ->check(CLI::IsMember({"TRACE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL", "OFF"}));
+      ->check(CLI::IsMember(
+          std::vector<std::string>(std::begin(qx::kLogLevels), std::end(qx::kLogLevels))));
   command
       .add_option("--max-state", options.session.mostStateSize,
                   "Refuse a page's step that may take the state above this size")

@@ -12,7 +12,6 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <utility>
 
 #include "platform/IHost.h"
 #include "platform/Logger.h"
@@ -48,17 +47,11 @@ class OneLineAppender : public log4cplus::Appender {
 }  // namespace
 
 void SetLogLevel(const std::string& name) {
-  // Not log4cplus's own look-up, which complains of an unknown name on the standard error.
-  static constexpr std::pair<const char*, log4cplus::LogLevel> kLevels[] = {
-      {"TRACE", log4cplus::TRACE_LOG_LEVEL}, {"DEBUG", log4cplus::DEBUG_LOG_LEVEL},
-      {"INFO", log4cplus::INFO_LOG_LEVEL},   {"WARN", log4cplus::WARN_LOG_LEVEL},
-      {"ERROR", log4cplus::ERROR_LOG_LEVEL}, {"FATAL", log4cplus::FATAL_LOG_LEVEL},
-      {"OFF", log4cplus::OFF_LOG_LEVEL},
-  };
-  const auto* const level = std::find_if(std::begin(kLevels), std::end(kLevels),
-                                         [&](const auto& entry) { return name == entry.first; });
-  if (level == std::end(kLevels)) throw std::invalid_argument("'" + name + "' is no log level");
-  log4cplus::Logger::getRoot().setLogLevel(level->second);
+  // log4cplus complains of an unknown name on the standard error.
+  const bool isKnown =
+      std::find(std::begin(kLogLevels), std::end(kLogLevels), name) != std::end(kLogLevels);
+  if (!isKnown) throw std::invalid_argument("'" + name + "' is no log level");
+  log4cplus::Logger::getRoot().setLogLevel(log4cplus::getLogLevelManager().fromString(name));
 }
 
 std::string GetLogLevel() {

@@ -4,14 +4,18 @@
 // it.
 
 #include <string>
+#include <string_view>
 
 #include "platform/Types.h"
 
 namespace qx {
 
-/// Sets the level of log4cplus's root logger: "TRACE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL" or
-/// "OFF". Throws `std::invalid_argument` for any other text and leaves the level as it was.
-/// [any time]
+/// The levels of log4cplus's root logger, from the one that lets all records through on.
+inline constexpr std::string_view kLogLevels[] = {"TRACE", "DEBUG", "INFO", "WARN",
+                                                  "ERROR", "FATAL", "OFF"};
+
+/// Sets the level of log4cplus's root logger, one of `kLogLevels`. Throws `std::invalid_argument`
+/// for any other text and leaves the level as it was. [any time]
 PLATFORM_API void SetLogLevel(const std::string& name);
 /// Returns that level, by the same names. [any time]
 PLATFORM_API std::string GetLogLevel();

@@ -1,6 +1,7 @@
 #include "host/session/StepTable.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -148,6 +149,20 @@ void RunHelp(const StepContext& context, const Step& step);
 constexpr unsigned int kConsole = static_cast<unsigned int>(Sender::kConsole);
 constexpr unsigned int kDeveloper = kConsole | static_cast<unsigned int>(Sender::kScenario);
 constexpr unsigned int kAll = kDeveloper | static_cast<unsigned int>(Sender::kPage);
+/// "loglevel" with all levels.
+constexpr auto kLogLevelUsage = [] {
+  std::array<char, 64> text{};
+  std::size_t size = 0;
+  const auto add = [&](std::string_view part) {
+    for (const char c : part) text[size++] = c;
+  };
+  add("loglevel");
+  for (const std::string_view level : qx::kLogLevels) {
+    add(level == qx::kLogLevels[0] ? " " : "|");
+    add(level);
+  }
+  return text;
+}();
 constexpr bool kQuery = true;
 constexpr bool kNoQuery = false;
 
@@ -193,7 +208,7 @@ constexpr StepRow kSteps[] = {
      kDeveloper, kNoQuery, Effect::kNone, RunProgramming},
     {"forwarder on|off", "registers or withdraws the request forwarder",
      kDeveloper, kNoQuery, Effect::kNone, RunForwarder},
-    {"loglevel TRACE|DEBUG|INFO|WARN|ERROR|FATAL|OFF", "sets the root logger's level",
+    {kLogLevelUsage.data(), "sets the root logger's level",
      kDeveloper, kNoQuery, Effect::kNone, RunLogLevel},
     {"verbose on|off", "prints registrations, bindings and timers, or hides them",
      kDeveloper, kNoQuery, Effect::kNone, RunVerbose},

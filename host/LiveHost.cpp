@@ -21,6 +21,7 @@ namespace {
 namespace chrono = std::chrono;
 
 constexpr chrono::seconds kClockPeriod{10};
+const std::string kPlainText = "text/plain; charset=utf-8";
 const std::string kOutputFailed = "cannot write to the standard output: ";
 
 Moment Now() {
@@ -46,10 +47,11 @@ std::string UrlOf(const boost::asio::ip::tcp::endpoint& endpoint) {
 
 LiveHost::LiveHost(const Options& options)
     : session_(options.session, Now),
-      console_(io_,
+      console_(io_, options.isService ? Console::Mode::kService : Console::Mode::kConsole,
                {[this](const std::string& line) { OnConsoleLine(line); }, [this] { io_.stop(); },
                 [this](const std::string& reason) { OnOutputFailed(reason); }}),
       feed_(session_, console_, options.session.plugin),
+      manager_(io_),
       signals_(io_),
       due_(io_),
       clock_(io_) {
@@ -67,8 +69,9 @@ void LiveHost::Listen(const Options& options) {
   site.files = GetPageFiles();
   site.texts["/session.txt"] = [this] {
     CatchUp();
-    return web::Text{"text/plain; charset=utf-8", session_.GetScenario()};
+    return web::Text{kPlainText, session_.GetScenario()};
   };
+  site.texts["/healthz"] = [this] { return GetHealth(); };
   site.webSocketPaths = {"/ws"};
   site.handlers.onClient = [this](web::Client& page) {
     CatchUp();
@@ -91,6 +94,18 @@ void LiveHost::Listen(const Options& options) {
   feed_.SetPages(server_->GetClients());
 }
 
+web::Text LiveHost::GetHealth() {
+  CatchUp();
+  const auto reply = [](unsigned int status, const char* text) {
+    return web::Text{kPlainText, std::make_shared<const std::string>(text), status};
+  };
+  if (!session_.HasAgent()) return reply(503, "no agent runs\n");
+  if (session_.GetStateHealth().kind == StateHealth::Kind::kFailed) {
+    return reply(503, "the state is not saved\n");
+  }
+  return reply(200, "ok\n");
+}
+
 bool LiveHost::Run() {
   if (server_) {
     server_->Start();
@@ -101,8 +116,10 @@ bool LiveHost::Run() {
   AwaitSignal();
   ArmClock();
   ArmTimer();
+  manager_.NotifyReady();
   RunLoop();
 
+  manager_.NotifyStopping();
   if (server_) server_->Close();
   session_.Save();
   feed_.SendStatus();

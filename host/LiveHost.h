@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/LiveFeed.h"
+#include "host/ServiceManager.h"
 #include "host/console/Console.h"
 #include "host/live/LiveSession.h"
 #include "host/web/Server.h"
@@ -22,13 +23,15 @@ class LiveHost {
     LiveSession::Options session;
     std::string listen = "127.0.0.1:8080";  // "none" for no pages
     std::vector<std::string> proxyNames;
+    bool isService = false;  // no console; the service manager is notified
   };
 
   /// Loads the plug-in, starts the agent and listens. Throws `std::exception` that names the option
   /// or the file.
   explicit LiveHost(const Options& options);
 
-  /// Runs until the console's input ends, or until SIGINT or SIGTERM, and saves the state. Returns
+  /// Runs until the console's input ends, or until SIGINT or SIGTERM, and saves the state. Notifies
+  /// the service manager when it is ready and when it ends. Returns
   /// whether the state is saved. Without pages, the host also ends when the reader of its output is
   /// gone. Then throws `std::runtime_error` if a part of the output could not be written. The agent
   /// lives until the object is destroyed.
@@ -36,6 +39,8 @@ class LiveHost {
 
  private:
   void Listen(const Options& options);
+  /// The reply to a health check: 200, or 503 with a reason that names no file.
+  web::Text GetHealth();
   /// Runs until `io_` is stopped, also when memory runs out.
   void RunLoop();
   void AwaitSignal();
@@ -62,6 +67,7 @@ class LiveHost {
   Console console_;
   LiveFeed feed_;
   std::shared_ptr<web::Server> server_;  // null without pages
+  ServiceManager manager_;
   boost::asio::signal_set signals_;
   boost::asio::steady_timer due_;    // the agent's next timer expiry
   boost::asio::steady_timer clock_;  // the next clock line to the pages

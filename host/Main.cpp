@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "host/LiveHost.h"
+#include "host/console/Journal.h"
 #include "host/engine/PluginLibrary.h"
 #include "host/session/Failure.h"
 #include "host/session/Replay.h"
@@ -70,6 +71,8 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
                   "Also serve the pages under this host name, the one of a reverse proxy")
       ->type_name("NAME")
       ->check(CheckProxyName);
+  command.add_flag("--no-console", options.isService,
+                   "Run as a service: read no steps, and write only log records and failures");
   command
       .add_option("--log-level", options.session.logLevel,
                   "The root logger's level; INFO if no option sets it")
@@ -184,7 +187,8 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {
-    std::cerr << "error: " << host::ToOneLine(error.what()) << '\n';
+    const std::string line = "error: " + host::ToOneLine(error.what());
+    std::cerr << *host::ToServiceLog(line, host::IsJournal(STDERR_FILENO)) << '\n';
     return EXIT_FAILURE;
   }
 }

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <utility>
 
+#include "host/console/Journal.h"
 #include "host/session/Transcript.h"
 
 namespace host {
@@ -57,17 +58,22 @@ bool IsForeground() {
 
 }  // namespace
 
-Console::Console(asio::io_context& io, Handlers handlers)
-    : handlers_(std::move(handlers)),
+Console::Console(asio::io_context& io, Mode mode, Handlers handlers)
+    : mode_(mode),
+      handlers_(std::move(handlers)),
       input_(io, dup(STDIN_FILENO)),
       foreground_(io),
       output_(
           io, [this] { OnWritten(); }, handlers_.onOutputFailed),
-      isTerminal_(isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0),
+      isTerminal_(mode == Mode::kConsole && isatty(STDIN_FILENO) != 0 &&
+                  isatty(STDOUT_FILENO) != 0),
       isOutputTerminal_(isatty(STDOUT_FILENO) != 0),
-      isColoured_(IsColourWanted()) {}
+      isColoured_(IsColourWanted()),
+      isJournal_(IsJournal(STDOUT_FILENO)) {}
 
-void Console::Open() { Attach(); }
+void Console::Open() {
+  if (mode_ == Mode::kConsole) Attach();
+}
 
 void Console::End() {
   isEnding_ = true;
@@ -196,7 +202,7 @@ void Console::OnWritten() {
   const std::size_t waiting = output_.GetWaiting();
   if (waiting <= kLongQueue) PrintDropped();
   if (!isEnding_) {
-    TakeLines();
+    if (mode_ == Mode::kConsole) TakeLines();
   } else if (output_.GetWaiting() == 0) {
     handlers_.onEnd();
   }
@@ -219,6 +225,10 @@ void Console::PrintDropped() {
 }
 
 void Console::PrintNow(std::string_view line) {
+  if (mode_ == Mode::kService) {
+    if (const auto entry = ToServiceLog(line, isJournal_)) output_.Write(*entry + '\n');
+    return;
+  }
   if (editor_) editor_->Hide();
   const char* const colour = isColoured_ ? ColourOf(line) : nullptr;
   std::string text = isOutputTerminal_ ? ToPrintable(line) : std::string(line);

@@ -31,10 +31,16 @@ class Console {
     std::function<void(const std::string& reason)> onOutputFailed;  // once
   };
 
-  /// Ignores SIGPIPE in the whole process.
-  Console(boost::asio::io_context& io, Handlers handlers);
+  /// What standard input and output are.
+  enum class Mode {
+    kConsole,  // a person's or a script's: lines are read, and all that is printed is written
+    kService,  // a service's: nothing is read, and what `ToServiceLog` takes is written
+  };
 
-  /// Begins to read. At a terminal, shows the prompt.
+  /// Ignores SIGPIPE in the whole process.
+  Console(boost::asio::io_context& io, Mode mode, Handlers handlers);
+
+  /// Begins to read, but for a service. At a terminal, shows the prompt.
   void Open();
   /// Takes no further line, restores the terminal's mode, and calls `onEnd` when the output is
   /// written. To be called from `onLine`.
@@ -55,7 +61,7 @@ class Console {
   /// Prints a line above the line that is being edited.
   void Print(std::string_view line, Cause cause = Cause::kConsole);
 
-  /// Whether input and output are a terminal, which echoes the input.
+  /// Whether input and output are a terminal, which echoes the input. Not for a service.
   bool IsTerminal() const { return isTerminal_; }
   /// Why output could not be written, the first time; "" if all was.
   const std::string& GetOutputFailure() const { return output_.GetFailure(); }
@@ -74,6 +80,7 @@ class Console {
   void PrintDropped();
   void PrintNow(std::string_view line);
 
+  const Mode mode_;
   const Handlers handlers_;
   boost::asio::posix::stream_descriptor input_;
   boost::asio::steady_timer foreground_;  // the next look whether the terminal is ours
@@ -81,6 +88,7 @@ class Console {
   const bool isTerminal_;
   const bool isOutputTerminal_;
   const bool isColoured_;
+  const bool isJournal_;
   std::unique_ptr<LineEditor> editor_;
   std::string text_;  // of the lines that are not passed on yet; of an editor, none
   bool isTextTooLong_ = false;

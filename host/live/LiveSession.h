@@ -62,6 +62,8 @@ class LiveSession : private ILiveSteps {
 
   /// When the next timer expires, in milliseconds of the system's steady clock.
   std::optional<std::int64_t> GetNextDue();
+  /// Whether an agent runs; none does after a reload or a restart that failed altogether.
+  bool HasAgent() const { return session_->GetHost().HasAgent(); }
   /// The agent's time, in seconds since 1970-01-01 00:00:00 UTC.
   std::int64_t GetTime() { return clock_.GetAgentClock().Wall() / 1000; }
   const StateHealth& GetStateHealth() const { return keeper_.GetHealth(); }

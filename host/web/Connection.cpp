@@ -92,7 +92,7 @@ void Connection::OnRequest(Request request, bool isAtEnd) {
     }
     textPlace_ = state_->textPlaces.Take();
     const Text made = text->second();
-    return Reply(Status::ok, made.type, *made.content, made.content);
+    return Reply(Status(made.status), made.type, *made.content, made.content);
   }
   for (const EmbeddedFile& file : site.files) {
     if (file.path == path) return Reply(Status::ok, file.type, file.content, nullptr);

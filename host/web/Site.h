@@ -18,6 +18,7 @@ namespace web {
 struct Text {
   std::string type;  // "text/plain; charset=utf-8"
   std::shared_ptr<const std::string> content;
+  unsigned int status = 200;  // of HTTP
 };
 
 /// What a server serves, and to whom. A path is compared without the request's query. The functions

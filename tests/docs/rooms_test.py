@@ -17,7 +17,7 @@ LIBRARIES = {  # by the start of their headers' names
     "gtest/": "GoogleTest", "histedit": "libedit", "libxml/": "libxml2", "log4cplus/": "log4cplus", "openssl/": "OpenSSL",
     "pugixml": "pugixml", "rapidxml/": "RapidXml", "tinyxml2": "TinyXML-2", "valgrind/": "Valgrind"}
 SYSTEM = re.compile(  # the C++ library's, and the operating system's
-    r"[a-z_]+|(sys/\w+|dlfcn|elf|execinfo|fcntl|langinfo|malloc|poll|signal|stdlib|unistd)\.h")
+    r"[a-z_]+|(sys/\w+|dlfcn|elf|execinfo|fcntl|langinfo|malloc|poll|signal|stdlib|syslog|unistd)\.h")
 INCLUDE = re.compile(r'^ *# *include *([<"])(.*?)[>"]', re.M)
 
 

@@ -1,5 +1,6 @@
 """The live host as a process, and clients of its page's WebSocket."""
 
+import os
 import re
 import signal
 import subprocess
@@ -18,12 +19,12 @@ class Host:
     Its output is read from then on, unless `reads` is false.
     """
 
-    def __init__(self, program, state=None, options=(), reads=True):
+    def __init__(self, program, state=None, options=(), reads=True, environment=None):
         kept = ["--state", state] if state else []
         self.process = subprocess.Popen(
             [program, "run", "--listen", "127.0.0.1:0", *kept, *options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE if not reads else None,
-            text=True, encoding="utf-8")
+            text=True, encoding="utf-8", env={**os.environ, **(environment or {})})
         self.start_lines, self.rest = [], []
         page = None
         while not page:

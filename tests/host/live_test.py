@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """Tests the running live host from outside: live_test.py HOST"""
 
+import contextlib
+import http.client
 import os
 import resource
 import signal
@@ -41,6 +43,15 @@ class LiveHost(unittest.TestCase):
         terminal.expect_exact("> " if program == PROGRAM else "$ ")
         return terminal
 
+    @staticmethod
+    def get(host, path):
+        """The status and the text of the reply."""
+        connection = http.client.HTTPConnection("127.0.0.1", host.port, timeout=20)
+        connection.request("GET", path)
+        reply = connection.getresponse()
+        with contextlib.closing(connection):
+            return reply.status, reply.read().decode()
+
     def client(self, host, **options):
         client = Client(host.port, **options)
         self.addCleanup(client.shutdown)
@@ -56,6 +67,36 @@ class LiveHost(unittest.TestCase):
             with socket.create_connection(("127.0.0.1", host.port), timeout=20) as connection:
                 connection.sendall(f"GET {path} HTTP/1.1\r\nHost: {name}\r\n\r\n".encode())
                 self.assertIn(text, connection.makefile(newline="").read())
+
+    def test_runs_as_a_service(self):
+        """Its state cannot be saved while its folder is away."""
+        folder = os.path.join(os.path.dirname(self.state), "state")
+        os.mkdir(folder)
+        self.state = os.path.join(folder, "state.xml")
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+            manager.bind(f"\0guest-services-{os.getpid()}")
+            manager.settimeout(20)
+            host = self.start("--no-console", environment={
+                "NOTIFY_SOCKET": f"@guest-services-{os.getpid()}", "WATCHDOG_USEC": "20000000"})
+            self.assertEqual([manager.recv(100), manager.recv(100)], [b"READY=1", b"WATCHDOG=1"])
+            host.process.stdin.close()
+            self.assertEqual(self.get(host, "/healthz"), (200, "ok\n"))
+            client = self.client(host)
+            os.rename(folder, folder + ".away")
+            client.send("ADD_SERVICE name=\u009b1m")
+            client.wait_for("push ")
+            self.assertEqual(self.get(host, "/healthz"), (503, "the state is not saved\n"))
+            os.rename(folder + ".away", folder)
+            client.send("SEND_REQUEST_EVENT id=1")
+            client.wait_for("push ")
+            self.assertEqual(self.get(host, "/healthz"), (200, "ok\n"))
+            status, output = host.end()
+            self.assertEqual(manager.recv(100), b"STOPPING=1")
+        self.assertEqual(status, 0)
+        self.assertEqual([line.split(":")[0].split(" plugin")[0] for line in output.splitlines()],
+                         ['! health state="failed', '! health state="ok"',
+                          'log INFO "sent request event for'])
+        self.assertIn("\\xC2\\x9B1m", output)
 
     def test_refuses_steps_that_steer_the_host(self):
         client = self.client(self.start())

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -13,6 +15,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "host/LiveHost.h"
@@ -46,6 +49,14 @@ std::string CheckListen(const std::string& value) {
 std::string CheckProxyName(const std::string& value) {
   const auto failure = host::Try([&] { web::Access({value}); });
   return failure ? failure->reason : "";
+}
+
+/// CLI11 itself takes -1 as the largest number.
+std::string CheckBytes(const std::string& value) {
+  std::size_t bytes = 0;
+  const char* const end = value.data() + value.size();
+  const auto [rest, error] = std::from_chars(value.data(), end, bytes);
+  return error != std::errc() || rest != end ? value + ": not a number of bytes" : "";
 }
 
 void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
@@ -83,6 +94,7 @@ void AddRunOptions(CLI::App& command, host::LiveHost::Options& options) {
       .add_option("--max-state", options.session.mostStateSize,
                   "Refuse a page's step that may take the state above this size")
       ->type_name("BYTES")
+      ->check(CheckBytes)
       ->capture_default_str();
   command
       .add_option("--log-config", options.session.logConfig,

@@ -28,7 +28,7 @@ struct Block {
 /// The blocks that are fenced with this word or, if it is "", the texts around blocks.
 std::vector<Block> FindBlocks(const std::string& word) {
   static const std::regex fence("```");
-  std::vector<fs::path> pages = {kRoot / "README.md"};
+  std::vector<fs::path> pages = {kRoot / "README.md", kRoot / "CONTRIBUTING.md"};
   for (const auto& entry : fs::directory_iterator(kRoot / "docs")) {
     if (entry.path().extension() == ".md") pages.push_back(entry.path());
   }

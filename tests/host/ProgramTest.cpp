@@ -204,6 +204,7 @@ TEST(Program, RefusesWrongArgumentsInOneLine) {
       {"run --allow-host 'a b'", "--allow-host: a b: not a host's name", "run "},
       {"run --log-level LOUD", "--log-level: LOUD not in {TRACE,DEBUG,INFO,WARN,ERROR,FATAL,OFF}",
        "run "},
+      {"run --max-state -1", "--max-state: -1: not a number of bytes", "run "},
       {"run --log-config /", "--log-config: File is actually a directory: /", "run "},
   };
   for (const auto& [arguments, fault, command] : cases) {

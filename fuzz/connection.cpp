@@ -22,7 +22,7 @@ web::Site MakeSite() {
   web::Site site;
   site.files = {{"/", "text/html", "<p>Home"}};
   site.texts["/now.txt"] = [] { return web::Text{"text/x-now", std::make_shared<std::string>()}; };
-  site.webSocketPaths = {"/ws"};
+  site.webSocketPaths = {"/ws/guest"};
   site.handlers.onClient = [](web::Client& client) { client.Send("welcome"); };
   site.handlers.onLine = [](web::Client& client, const std::string& line) {
     fuzz::Require(line.size() <= web::Limits().messageSize, "a line over the limit");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -21,14 +22,14 @@ std::string ClockLine(std::int64_t seconds) {
 
 std::string NoticeLine(const std::string& notice) { return "! notice " + Quote(notice); }
 
-std::string Describe(const StateHealth& health) {
+std::string Describe(const StateHealth& health, bool hasReason) {
   switch (health.kind) {
     case StateHealth::Kind::kNoFile:
       return "none";
     case StateHealth::Kind::kSaved:
       return "ok";
     default:
-      return "failed: " + health.reason;
+      return hasReason ? "failed: " + health.reason : "failed";
   }
 }
 
@@ -40,7 +41,15 @@ LiveFeed::LiveFeed(LiveSession& session, Console& console, std::string plugin)
       plugin_(std::move(plugin)),
       sentHealth_(session.GetStateHealth()) {}
 
+Sender LiveFeed::GetRole(const web::Client& page) {
+  const auto* const row =
+      std::find_if(std::begin(kSenders), std::end(kSenders),
+                   [&](const SenderRow& each) { return page.GetPath() == GetPath(each.sender); });
+  return row->sender;
+}
+
 void LiveFeed::Greet(web::Client& page) {
+  const Sender role = GetRole(page);
   const std::int64_t now = session_.GetTime();
   std::int64_t sent = now;
   const auto sendClock = [&](std::int64_t seconds) {
@@ -48,9 +57,14 @@ void LiveFeed::Greet(web::Client& page) {
     sent = seconds;
   };
   page.Send(ClockLine(now));
-  page.Send(GetHealthLine());
-  for (const std::string& notice : session_.GetNotices()) page.Send(NoticeLine(notice));
+  for (const Heard kind : {Heard::kHealth, Heard::kHealthWithPaths}) {
+    if (Hears(role, kind)) page.Send(GetHealthLine(kind));
+  }
+  for (const std::string& notice : session_.GetNotices()) {
+    if (Hears(role, Heard::kNotice)) page.Send(NoticeLine(notice));
+  }
   for (const RecentLine& line : recent_) {
+    if (!Hears(role, line.kind)) continue;
     sendClock(line.seconds);
     page.Send(line.text);
   }
@@ -58,33 +72,36 @@ void LiveFeed::Greet(web::Client& page) {
   page.Send("! replay-end");
 }
 
-void LiveFeed::SendStep(const std::string& text, bool isFromConsole) {
-  const std::string line = "> " + text;
-  if (!isFromConsole) console_.Print(line, Console::Cause::kOther);
-  Send(line);
+void LiveFeed::SendStep(const Step& step, std::optional<Sender> sender) {
+  const std::string line = "> " + step.text;
+  if (sender != Sender::kConsole) console_.Print(line, Console::Cause::kOther);
+  if (sender) {
+    Send("! from " + std::string(GetName(*sender)),
+         step.row->IsRequest() ? Heard::kFromRequest : Heard::kFromOther);
+  }
+  Send(line, Heard::kSessionLine);
+  if (step.row->Restarts()) Broadcast("! restarted", Heard::kRestarted);
 }
 
 void LiveFeed::SendLines(const Lines& lines, bool isFromConsole) {
   const auto cause = isFromConsole ? Console::Cause::kConsole : Console::Cause::kOther;
   for (const std::string& line : lines) {
     console_.Print(line, cause);
-    Send(line);
+    Send(line, GetKind(line));
   }
 }
 
 void LiveFeed::SendStatus() {
-  const auto send = [this](const std::string& line) {
-    console_.Print(line);
-    Broadcast(line);
-  };
   const Lines& notices = session_.GetNotices();
   const std::size_t fresh = std::min(session_.GetNoticeCount() - sentNotices_, notices.size());
-  for (std::size_t i = notices.size() - fresh; i < notices.size(); ++i)
-    send(NoticeLine(notices[i]));
+  for (std::size_t i = notices.size() - fresh; i < notices.size(); ++i) SendNotice(notices[i]);
   sentNotices_ = session_.GetNoticeCount();
   if (session_.GetStateHealth() != sentHealth_) {
     sentHealth_ = session_.GetStateHealth();
-    send(GetHealthLine());
+    console_.Print(GetHealthLine(Heard::kHealthWithPaths));
+    for (const Heard kind : {Heard::kHealth, Heard::kHealthWithPaths}) {
+      Broadcast(GetHealthLine(kind), kind);
+    }
   }
   const std::int64_t offset = session_.GetTime() - SystemClock().Wall() / 1000;
   if (std::abs(offset - sentOffset_) > 1) {
@@ -96,20 +113,20 @@ void LiveFeed::SendStatus() {
 void LiveFeed::SendNotice(const std::string& text) {
   const std::string line = NoticeLine(text);
   console_.Print(line);
-  Broadcast(line);
+  Broadcast(line, Heard::kNotice);
 }
 
 void LiveFeed::SendClock() {
   sentTime_ = session_.GetTime();
-  Broadcast(ClockLine(sentTime_));
+  Broadcast(ClockLine(sentTime_), Heard::kClock);
 }
 
-void LiveFeed::Send(const std::string& text) {
+void LiveFeed::Send(const std::string& text, Heard kind) {
   if (pages_ == nullptr) return;
   if (session_.GetTime() != sentTime_) SendClock();
   const auto line = std::make_shared<const std::string>(text);
-  pages_->Broadcast(line);
-  recent_.push_back({sentTime_, line});
+  Broadcast(line, kind);
+  recent_.push_back({sentTime_, kind, line});
   recentSize_ += text.size();
   while (recent_.size() > kMostRecentLines || recentSize_ > kMostRecentSize) {
     recentSize_ -= recent_.front().text->size();
@@ -117,13 +134,19 @@ void LiveFeed::Send(const std::string& text) {
   }
 }
 
-void LiveFeed::Broadcast(const std::string& line) {
-  if (pages_ != nullptr) pages_->Broadcast(line);
+void LiveFeed::Broadcast(const web::SharedLine& line, Heard kind) {
+  if (pages_ == nullptr) return;
+  pages_->Broadcast(line, [&](const web::Client& page) { return Hears(GetRole(page), kind); });
 }
 
-std::string LiveFeed::GetHealthLine() const {
-  return "! health state=" + Quote(Describe(session_.GetStateHealth())) +
-         " plugin=" + Quote(plugin_);
+void LiveFeed::Broadcast(const std::string& line, Heard kind) {
+  Broadcast(std::make_shared<const std::string>(line), kind);
+}
+
+std::string LiveFeed::GetHealthLine(Heard kind) const {
+  const bool hasPaths = kind == Heard::kHealthWithPaths;
+  return "! health state=" + Quote(Describe(session_.GetStateHealth(), hasPaths)) +
+         (hasPaths ? " plugin=" + Quote(plugin_) : "");
 }
 
 }  // namespace host

@@ -2,17 +2,20 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/console/Console.h"
 #include "host/live/LiveSession.h"
+#include "host/session/HearingTable.h"
 #include "host/web/Clients.h"
 
 namespace host {
 
 /// Sends the lines of a live session to the console and to the pages: the steps with what followed
-/// them, and the status of the host. A new page gets the most recent lines.
+/// them, and the status of the host. The hearing table says which of them a page gets. A new page
+/// gets the most recent lines.
 class LiveFeed {
  public:
   using Lines = std::vector<std::string>;
@@ -23,12 +26,18 @@ class LiveFeed {
   /// Sends to these pages from now on; they must outlive the feed.
   void SetPages(const web::Clients& pages) { pages_ = &pages; }
 
+  /// The path of the WebSocket for a role.
+  static std::string GetPath(Sender role) { return "/ws/" + std::string(GetName(role)); }
+  /// The role of a page, by its path.
+  static Sender GetRole(const web::Client& page);
+
   /// Sends the status to a new page, then the recent lines with the times at which they were
   /// printed.
   void Greet(web::Client& page);
 
-  /// Sends a step's line; to the console only if it did not come from there.
-  void SendStep(const std::string& text, bool isFromConsole);
+  /// Sends who sent a step, nothing for a signal, and the step's line; to the console only if it
+  /// did not come from there.
+  void SendStep(const Step& step, std::optional<Sender> sender);
   /// Sends the lines that followed. The console drops no line of its own steps.
   void SendLines(const Lines& lines, bool isFromConsole = false);
   /// Sends the notices and the health that changed since the last time, and the clock if it was
@@ -42,12 +51,15 @@ class LiveFeed {
  private:
   struct RecentLine {
     std::int64_t seconds;  // when it was sent, on the session's clock
+    Heard kind;
     web::SharedLine text;
   };
 
-  void Send(const std::string& line);
-  void Broadcast(const std::string& line);
-  std::string GetHealthLine() const;
+  /// Sends a line to the pages, and keeps it for later ones.
+  void Send(const std::string& line, Heard kind);
+  void Broadcast(const web::SharedLine& line, Heard kind);
+  void Broadcast(const std::string& line, Heard kind);
+  std::string GetHealthLine(Heard kind) const;
 
   LiveSession& session_;
   Console& console_;

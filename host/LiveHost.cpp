@@ -72,7 +72,9 @@ void LiveHost::Listen(const Options& options) {
     return web::Text{kPlainText, session_.GetScenario()};
   };
   site.texts["/healthz"] = [this] { return GetHealth(); };
-  site.webSocketPaths = {"/ws"};
+  for (const SenderRow& each : kSenders) {
+    if (each.isPage) site.webSocketPaths.push_back(LiveFeed::GetPath(each.sender));
+  }
   site.handlers.onClient = [this](web::Client& page) {
     CatchUp();
     feed_.Greet(page);
@@ -156,7 +158,7 @@ void LiveHost::OnSignal(int signal) {
       return console_.Resize();
     case SIGHUP:
       CatchUp();
-      return RunAction(ReadStep("reload", Sender::kConsole), false);
+      return RunAction(ReadStep("reload", Sender::kConsole), std::nullopt, nullptr);
     case SIGTSTP:
       return Stop();
     case SIGCONT:
@@ -219,9 +221,10 @@ void LiveHost::OnPageLine(web::Client& page, const std::string& line) {
 }
 
 void LiveHost::RunLine(const std::string& line, web::Client* page) {
+  const Sender sender = page != nullptr ? LiveFeed::GetRole(*page) : Sender::kConsole;
   Step step;
   try {
-    step = ReadLine(line, page != nullptr ? Sender::kPage : Sender::kConsole);
+    step = ReadLine(line, sender);
     if (page != nullptr) session_.CheckRoom(step);
   } catch (const StepError& error) {
     return Reply(ToOneLine(line), page, {FormatError(error.what())});
@@ -229,7 +232,7 @@ void LiveHost::RunLine(const std::string& line, web::Client* page) {
   if (step.row->isQuery) {
     RunQuery(step, page);
   } else {
-    RunAction(step, page == nullptr);
+    RunAction(step, sender, page);
   }
   if (page != nullptr) return;
   const std::string warning = DescribeUnknownKeys(step);
@@ -244,22 +247,28 @@ void LiveHost::RunQuery(const Step& step, web::Client* page) {
   ArmTimer();
 }
 
-void LiveHost::RunAction(const Step& step, bool isFromConsole) {
+void LiveHost::RunAction(const Step& step, std::optional<Sender> sender, web::Client* page) {
   const auto lines = session_.RunStep(step);
+  const bool isFromConsole = sender == Sender::kConsole;
   feed_.SendStatus();
-  feed_.SendStep(step.text, isFromConsole);
+  feed_.SendStep(step, sender);
   feed_.SendLines(lines, isFromConsole);
+  const bool hasFailed = std::any_of(lines.begin(), lines.end(), IsError);
+  if (hasFailed && page != nullptr && !Hears(*sender, Heard::kSessionLine)) {
+    Reply(step.text, page, lines);
+  }
   ArmTimer();
 }
 
 void LiveHost::Reply(const std::string& step, web::Client* page,
                      const std::vector<std::string>& lines) {
+  const bool hearsAll = page == nullptr || Hears(LiveFeed::GetRole(*page), Heard::kSessionLine);
   if (page != nullptr) page->Send("> " + step);
   for (const std::string& line : lines) {
-    if (page != nullptr) {
-      page->Send(line);
-    } else {
+    if (page == nullptr) {
       console_.Print(line);
+    } else if (hearsAll || IsAnswer(line) || IsError(line)) {
+      page->Send(line);
     }
   }
 }

@@ -4,6 +4,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,8 +56,10 @@ class LiveHost {
   /// Parses a line and carries it out. `page` is its sender, null for the console.
   void RunLine(const std::string& line, web::Client* page);
   void RunQuery(const Step& step, web::Client* page);
-  void RunAction(const Step& step, bool isFromConsole);
-  /// Sends a step and its lines to the page, or its lines to the console if `page` is null.
+  /// `page` is null for the console and for a signal, which has no `sender`.
+  void RunAction(const Step& step, std::optional<Sender> sender, web::Client* page);
+  /// Sends a step and its lines to the page, or its lines to the console if `page` is null. A page
+  /// that does not hear session lines gets answers and errors alone.
   void Reply(const std::string& step, web::Client* page, const std::vector<std::string>& lines);
 
   /// Advances the session to now, and sends the lines of that.

@@ -18,9 +18,10 @@ const hiddenKinds = new Set();
 let entries = []; // { text, kind, ids, day, time, row }
 let isStale = false;
 let isOwn = false; // within the lines of what this page itself asks
+let sender = ''; // of the step that comes next
 let paused = null; // how many lines have come since
 
-const services = new Services({
+const services = new Services('activity', {
   change() {
     showLost(null);
     offerServices();
@@ -40,6 +41,7 @@ function take(text) {
     lines.replaceChildren();
     isStale = false;
   }
+  if (text.startsWith('! from ')) [, , sender] = text.split(' ');
   if (text.startsWith('! ')) return;
   if (text.startsWith('> ')) isOwn = text.startsWith('> ui ');
   if (!isOwn) add(text);
@@ -62,7 +64,8 @@ function add(text) {
   [entry.day, entry.time] = services.local(services.lineTime).toISOString().slice(0, 19).split('T');
   const shown = entry.day === before?.day ? entry.time : `${entry.day} ${entry.time}`;
   entry.row = el('li', {}, el('span', { className: 'time' }, shown));
-  entry.row.append(el('span', { className: 'kind' }, first === '>' ? 'step' : first));
+  entry.row.append(el('span', { className: 'kind' }, first === '>' ? sender || 'step' : first));
+  if (first === '>') sender = '';
   entry.row.append(el('code', { dir: 'ltr' }, rest));
   entry.row.dataset.kind = entry.kind;
   entries.push(entry);

@@ -12,9 +12,9 @@ const PROBE_TIME = 5000;
  * Whether the host is there, but full. A page cannot see the status that refused its WebSocket, so
  * a plain request asks: the host answers 503 if it is full, and 426 if the path is a WebSocket's.
  */
-async function isHostFull() {
+async function isHostFull(path) {
   try {
-    const { status } = await fetch('/ws', { signal: AbortSignal.timeout(PROBE_TIME) });
+    const { status } = await fetch(path, { signal: AbortSignal.timeout(PROBE_TIME) });
     return status === 426 || status === 503;
   } catch {
     return false;
@@ -22,12 +22,13 @@ async function isHostFull() {
 }
 
 /**
- * Opens the line, and again whenever it breaks. Calls `onLine(text)` for each line that comes, and
+ * Opens the line of a role, and again whenever it breaks. Calls `onLine(text)` for each line that comes, and
  * `onBreak(milliseconds, isFull)` when the line broke, with the pause before the next attempt, and
  * whether the host refused the attempt because it is full. Returns a function that sends a line, and
  * says why if it cannot: a text, or `undefined` if the line is sent.
  */
-export function connect(onLine, onBreak) {
+export function connect(role, onLine, onBreak) {
+  const path = `/ws/${role}`;
   let socket;
   let silence;
   let pause = FIRST_PAUSE;
@@ -39,7 +40,7 @@ export function connect(onLine, onBreak) {
 
   function open() {
     const scheme = location.protocol === 'https:' ? 'wss' : 'ws';
-    socket = new WebSocket(`${scheme}://${location.host}/ws`);
+    socket = new WebSocket(`${scheme}://${location.host}${path}`);
     socket.onmessage = ({ data }) => {
       listen();
       // Not when it opens: a host that turns the page away would be asked without end.
@@ -50,7 +51,7 @@ export function connect(onLine, onBreak) {
     socket.onopen = () => (isOpened = true);
     socket.onclose = async () => {
       clearTimeout(silence);
-      onBreak(pause, !isOpened && (await isHostFull()));
+      onBreak(pause, !isOpened && (await isHostFull(path)));
       setTimeout(open, pause);
       pause = Math.min(pause * 2, LONGEST_PAUSE);
     };

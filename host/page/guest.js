@@ -7,7 +7,7 @@ import { sayChange, showLost, timeInWords, typed, unsettle } from './view.js';
 const ANSWER_TIME = 5000;
 const QUESTION_TIME = 8000;
 
-const services = new Services({
+const services = new Services('guest', {
   change(what, service) {
     showLost(null);
     render();

@@ -12,7 +12,7 @@ const MOST_NAMES = 3;
 const byId = (id) => document.getElementById(id);
 const list = byId('services');
 let moved; // the id of the entry whose new place is to be said
-const services = new Services({
+const services = new Services('installer', {
   change(what, service) {
     showLost(null);
     render();

@@ -59,13 +59,13 @@ export class Services {
   #isReplaying = true;
 
   /**
-   * `on` may have: `change(what, service)` after each change, `what` being the name of the push, or
+   * `role` says what the page may send, and what it hears. `on` may have: `change(what, service)` after each change, `what` being the name of the push, or
    * 'list' for a list that was asked for; `line(text)` for each line; `health({ state, plugin,
    * notices })`; `lost(milliseconds, isFull)` when the connection broke, as `connect` tells it.
    */
-  constructor(on) {
+  constructor(role, on) {
     this.on = on;
-    this.#send = connect((line) => this.#take(line), (pause, isFull) => {
+    this.#send = connect(role, (line) => this.#take(line), (pause, isFull) => {
       this.isCurrent = false;
       this.#isReplaying = true;
       this.outcomes.clear();
@@ -134,8 +134,6 @@ export class Services {
     if (word === '!') this.#takeStatus(rest);
     if (word === 'push') this.#takePush(parse(rest));
     if (word === 'answer' && this.#step.startsWith('ui ')) this.#takeAnswer(parse(rest));
-    // These may give the agent another list without a push.
-    if (word === '>' && /^(restart|reload)\b/.test(rest) && !this.#isReplaying) this.#ask();
   }
 
   #ask() {
@@ -156,6 +154,8 @@ export class Services {
     } else if (word === 'notice') {
       this.#health.notices.push(unquote(text.slice(word.length + 1)));
       this.on.health?.(this.#health);
+    } else if (word === 'restarted') {
+      this.#ask(); // there may be another list, without a push
     } else if (word === 'replay-end') {
       this.#isReplaying = false;
       this.#setClock();

@@ -148,7 +148,10 @@ void RunHelp(const StepContext& context, const Step& step);
 
 constexpr unsigned int kConsole = static_cast<unsigned int>(Sender::kConsole);
 constexpr unsigned int kDeveloper = kConsole | static_cast<unsigned int>(Sender::kScenario);
-constexpr unsigned int kAll = kDeveloper | static_cast<unsigned int>(Sender::kPage);
+constexpr unsigned int kEditor = kDeveloper | static_cast<unsigned int>(Sender::kInstaller);
+constexpr unsigned int kService =
+    kEditor | static_cast<unsigned int>(Sender::kGuest) | static_cast<unsigned int>(Sender::kDesk);
+constexpr unsigned int kAll = kService | static_cast<unsigned int>(Sender::kActivity);
 /// "loglevel" with all levels.
 constexpr auto kLogLevelUsage = [] {
   std::array<char, 64> text{};
@@ -169,24 +172,24 @@ constexpr bool kNoQuery = false;
 // clang-format off
 constexpr StepRow kSteps[] = {
     {"ADD_SERVICE name= description= icon= delay= operarequest=",
-     "adds a guest service; `delay` is in minutes, -1 is never", kAll, kNoQuery, Effect::kGrows, RunCommand},
+     "adds a guest service; `delay` is in minutes, -1 is never", kEditor, kNoQuery, Effect::kGrows, RunCommand},
     {"ADD_SERVICE type=shortcut shortcut_id=",
-     "adds a shortcut to an item of the project", kAll, kNoQuery, Effect::kGrows, RunCommand},
+     "adds a shortcut to an item of the project", kEditor, kNoQuery, Effect::kGrows, RunCommand},
     {"EDIT_SERVICE guest_service='XML'",
-     "replaces the guest service of the same id by this element", kAll, kNoQuery, Effect::kGrows, RunCommand},
+     "replaces the guest service of the same id by this element", kEditor, kNoQuery, Effect::kGrows, RunCommand},
     {"EDIT_SERVICE type=shortcut shortcut='XML'",
-     "replaces the shortcut of the same id by this element", kAll, kNoQuery, Effect::kGrows, RunCommand},
-    {"REMOVE_SERVICE id=", "removes a guest service or a shortcut", kAll, kNoQuery, Effect::kChanges, RunCommand},
+     "replaces the shortcut of the same id by this element", kEditor, kNoQuery, Effect::kGrows, RunCommand},
+    {"REMOVE_SERVICE id=", "removes a guest service or a shortcut", kEditor, kNoQuery, Effect::kChanges, RunCommand},
     {"REORDER_SERVICES order=3,1,2",
-     "reorders the list; the value is all ids in their new order", kAll, kNoQuery, Effect::kChanges, RunCommand},
+     "reorders the list; the value is all ids in their new order", kEditor, kNoQuery, Effect::kChanges, RunCommand},
     {"SEND_REQUEST_EVENT id= operarequest=",
-     "requests a service; a request code is forwarded", kAll, kNoQuery, Effect::kChanges, RunCommand},
-    {"SEND_CANCEL_EVENT id=", "cancels a request", kAll, kNoQuery, Effect::kChanges, RunCommand},
-    {"GET_SERVICE_TYPES", "answers with the types of services", kAll, kNoQuery, Effect::kNone, RunCommand},
-    {"GET_ALL_SERVICES", "answers with the list", kAll, kNoQuery, Effect::kNone, RunCommand},
-    {"GET_SERVICE id=", "answers with one entry of the list", kAll, kNoQuery, Effect::kNone, RunCommand},
+     "requests a service; a request code is forwarded", kService, kNoQuery, Effect::kChanges, RunCommand},
+    {"SEND_CANCEL_EVENT id=", "cancels a request", kService, kNoQuery, Effect::kChanges, RunCommand},
+    {"GET_SERVICE_TYPES", "answers with the types of services", kEditor, kNoQuery, Effect::kNone, RunCommand},
+    {"GET_ALL_SERVICES", "answers with the list", kEditor, kNoQuery, Effect::kNone, RunCommand},
+    {"GET_SERVICE id=", "answers with one entry of the list", kEditor, kNoQuery, Effect::kNone, RunCommand},
     {"NAME key=value ...", "any command; a name is upper-case letters, digits and `_`, a letter first",
-     kAll, kNoQuery, Effect::kGrows, RunCommand},
+     kEditor, kNoQuery, Effect::kGrows, RunCommand},
     {"ui NAME key=value ...", "a user-interface request", kAll, kQuery, Effect::kNone, RunUI},
     {"ui GET_SERVICE_TYPES", "the same query as a user-interface request", kAll, kQuery, Effect::kNone, RunUI},
     {"ui GET_ALL_SERVICES", "the same query as a user-interface request", kAll, kQuery, Effect::kNone, RunUI},
@@ -240,7 +243,33 @@ const StepRow* FindRow(const std::string& name) {
   return row != std::end(kSteps) ? row : nullptr;
 }
 
+const SenderRow& FindSender(Sender sender) {
+  return *std::find_if(std::begin(kSenders), std::end(kSenders),
+                       [&](const SenderRow& row) { return row.sender == sender; });
+}
+
+/// The names of the steps that a sender may send.
+std::string DescribeSteps(Sender sender) {
+  const bool mayAny = FindRow(std::string(kAnyName))->Admits(sender);
+  std::vector<std::string> names;
+  for (const StepRow& row : kSteps) {
+    std::string name(row.GetName());
+    if (!row.Admits(sender) || (mayAny && Step::IsCommandName(name) && name != kAnyName)) continue;
+    if (name == kAnyName) name = "any command";
+    if (names.empty() || names.back() != name) names.push_back(std::move(name));
+  }
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
 }  // namespace
+
+std::string_view GetName(Sender sender) { return FindSender(sender).name; }
+
+bool IsPage(Sender sender) { return FindSender(sender).isPage; }
+
+bool StepRow::Restarts() const { return run == RunRestart || run == RunReload; }
 
 const StepRow* StepTable::begin() const { return std::begin(kSteps); }
 
@@ -251,7 +280,10 @@ Step ReadStep(std::string_view line, Sender sender) {
   step.row = FindRow(step.name);
   const bool isAdmitted = step.row != nullptr && step.row->Admits(sender);
   if (isAdmitted) return step;
-  if (sender == Sender::kPage) throw StepError("only commands and ui requests are taken from here");
+  if (IsPage(sender)) {
+    throw StepError("the role " + std::string(GetName(sender)) + " may not send '" +
+                    ToOneLine(step.name) + "', only " + DescribeSteps(sender));
+  }
   throw StepError("unknown step '" + ToOneLine(step.name) + "'");
 }
 

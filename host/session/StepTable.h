@@ -8,8 +8,33 @@
 
 namespace host {
 
-/// Where a step comes from. The step table names the senders that may send each step.
-enum class Sender : unsigned int { kScenario = 1, kConsole = 2, kPage = 4 };
+/// Where a step comes from: a scenario, the console, or a page, whose role stands for it. The step
+/// table names the senders that may send each step. The values are bits.
+enum class Sender : unsigned int {
+  kScenario = 1,
+  kConsole = 2,
+  kGuest = 4,
+  kDesk = 8,
+  kInstaller = 16,
+  kActivity = 32,
+};
+
+/// A sender with its name: "scenario", "guest".
+struct SenderRow {
+  Sender sender;
+  std::string_view name;
+  bool isPage;
+};
+
+constexpr SenderRow kSenders[] = {
+    {Sender::kScenario, "scenario", false},  {Sender::kConsole, "console", false},
+    {Sender::kGuest, "guest", true},         {Sender::kDesk, "desk", true},
+    {Sender::kInstaller, "installer", true}, {Sender::kActivity, "activity", true},
+};
+
+std::string_view GetName(Sender sender);
+/// Whether it is the role of a page.
+bool IsPage(Sender sender);
 
 /// The steps that reach beyond a session; only a live session carries them out.
 class ILiveSteps {
@@ -49,6 +74,10 @@ struct StepRow {
 
   std::string_view GetName() const { return usage.substr(0, usage.find(' ')); }
   bool Admits(Sender sender) const { return (senders & static_cast<unsigned int>(sender)) != 0; }
+  /// Whether it requests a service or cancels a request: the guests' steps beside their queries.
+  bool IsRequest() const { return Admits(Sender::kGuest) && !isQuery; }
+  /// Whether it destroys the agent and starts another one.
+  bool Restarts() const;
 };
 
 /// A row's name that stands for any command's or request's name.
@@ -61,7 +90,7 @@ struct StepTable {
 };
 
 /// Parses a line, given without the "> " before it, and looks its row up. Throws `StepError`, also
-/// for a step that this sender may not send.
+/// for a step that this sender may not send; for a page it names the role and its steps.
 Step ReadStep(std::string_view line, Sender sender);
 
 /// Carries out a step of `ReadStep`. A failure becomes an `error` line of the session.

@@ -153,6 +153,8 @@ bool IsPrinted(std::string_view line) {
 
 bool IsError(std::string_view line) { return line.substr(0, line.find(' ')) == kError; }
 
+bool IsAnswer(std::string_view line) { return line.substr(0, line.find(' ')) == kAnswer; }
+
 std::string Quote(std::string_view text) { return '"' + Escape(text, true) + '"'; }
 
 std::string ToOneLine(std::string_view text) { return Escape(text, false); }

@@ -25,6 +25,9 @@ bool IsPrinted(std::string_view line);
 /// Whether it is the line of a failure.
 bool IsError(std::string_view line);
 
+/// Whether it is the line of an answer.
+bool IsAnswer(std::string_view line);
+
 /// Whether the text is UTF-8 as a whole.
 bool IsUtf8(std::string_view text);
 

@@ -28,7 +28,7 @@ Client::Client(Socket socket, std::string path, std::shared_ptr<Shared> shared,
       readTimer_(stream_.get_executor()),
       writeTimer_(stream_.get_executor()) {
   backlog_->connection = std::move(place);
-  backlog_->client = shared_->places.Take();
+  backlog_->client = shared_->places[path_].Take();
   const Limits& limits = shared_->limits;
   stream_.set_option(websocket::stream_base::timeout{limits.handshakeTime, limits.idleTime, true});
   stream_.set_option(websocket::stream_base::decorator([](websocket::response_type& response) {

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -40,8 +41,8 @@ class Client : public std::enable_shared_from_this<Client> {
     const Handlers handlers;
     const Limits limits;
     const OnProblem onProblem;
-    /// A client keeps its place until its backlog is empty.
-    Places places;
+    /// By path. A client keeps its place until its backlog is empty.
+    std::map<std::string, Places> places;
     /// The client whose handler runs, or null: lines count as caused by it.
     std::shared_ptr<Backlog> cause;
   };

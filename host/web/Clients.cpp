@@ -9,10 +9,11 @@ bool HasEnded(const std::weak_ptr<Client>& client) { return client.expired(); }
 
 }  // namespace
 
-void Clients::Broadcast(const SharedLine& line) const {
+void Clients::Broadcast(const SharedLine& line, const Filter& takes) const {
   const auto queued = std::make_shared<const QueuedLine>(line, shared_->cause);
   for (const auto& weak : clients_) {
-    if (const auto client = weak.lock()) client->Queue(queued);
+    const auto client = weak.lock();
+    if (client && (!takes || takes(*client))) client->Queue(queued);
   }
 }
 

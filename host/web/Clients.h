@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -15,10 +16,13 @@ class Clients {
  public:
   explicit Clients(std::shared_ptr<Client::Shared> shared) : shared_(std::move(shared)) {}
 
-  /// Sends a line to every open client, in the order in which they came. See `Client::Send`.
-  void Broadcast(const SharedLine& line) const;
-  void Broadcast(std::string line) const {
-    Broadcast(std::make_shared<const std::string>(std::move(line)));
+  using Filter = std::function<bool(const Client&)>;
+
+  /// Sends a line to every open client that `takes` it, in the order in which they came; null
+  /// stands for all. See `Client::Send`.
+  void Broadcast(const SharedLine& line, const Filter& takes = nullptr) const;
+  void Broadcast(std::string line, const Filter& takes = nullptr) const {
+    Broadcast(std::make_shared<const std::string>(std::move(line)), takes);
   }
 
   /// Closes every client.
@@ -27,8 +31,10 @@ class Clients {
   /// How many there are, with those whose WebSocket is being opened or closed.
   std::size_t GetCount() const;
 
-  /// Whether there is room for one more. Called by `Connection`.
-  bool HasRoom() const { return shared_->places.GetTaken() < shared_->limits.clients; }
+  /// Whether there is room for one more under that path. Called by `Connection`.
+  bool HasRoom(const std::string& path) const {
+    return shared_->places[path].GetTaken() < shared_->limits.clients;
+  }
   /// Makes a client of this server; see its constructor. Called by `Connection`.
   std::shared_ptr<Client> Make(Socket socket, std::string path, std::shared_ptr<const void> place);
 

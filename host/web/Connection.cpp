@@ -109,7 +109,7 @@ void Connection::OnWebSocket(Request request, std::string path) {
                                            View(request[http::field::host]))) {
     return Refuse(Status::forbidden, "not for another site's pages");
   }
-  if (!state_->clients.HasRoom()) {
+  if (!state_->clients.HasRoom(path)) {
     return Refuse(Status::service_unavailable, "too many WebSockets are open");
   }
   deadline_.cancel();

@@ -8,8 +8,8 @@ namespace web {
 /// What the other sides of a server's connections can make it keep, and how long it waits for them.
 struct Limits {
   // How many there may be at the same time.
-  std::size_t clients = 32;       // one more is refused with 503
-  std::size_t connections = 128;  // the clients among them; one more is refused with 503
+  std::size_t clients = 32;       // of each WebSocket's path; one more is refused with 503
+  std::size_t connections = 192;  // the clients among them; one more is refused with 503
   std::size_t refusals = 128;     // above `connections`; one more is closed without an answer
   std::size_t texts = 4;          // replies with a `Text`; one more is refused with 503
 

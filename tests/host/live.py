@@ -53,9 +53,9 @@ class Client(websocket.WebSocket):
     The host may tell the time before any line; `time` is what it told last.
     """
 
-    def __init__(self, port, **options):
+    def __init__(self, port, role="installer", **options):
         super().__init__(skip_utf8_validation=True)  # it is slow, and decoding validates too
-        self.connect(f"ws://127.0.0.1:{port}/ws", timeout=20, http_no_proxy=["127.0.0.1"], **options)
+        self.connect(f"ws://127.0.0.1:{port}/ws/{role}", timeout=20, http_no_proxy=["127.0.0.1"], **options)
 
     def receive(self):
         """The next line but for the time. Raises one of ENDED when the connection ends."""
@@ -73,6 +73,19 @@ class Client(websocket.WebSocket):
             line = self.receive()
             if line.startswith(start):
                 return line
+
+    def receive_until(self, end):
+        lines = [self.receive()]
+        while lines[-1] != end:
+            lines.append(self.receive())
+        return lines
+
+    def catch_up(self):
+        """The lines up to now."""
+        self.send("ui NOW")
+        lines = self.receive_until("> ui NOW")
+        assert self.receive().startswith("error ")
+        return lines[:-1]
 
     def ask(self, request):
         self.send(f"ui {request}")

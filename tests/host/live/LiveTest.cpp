@@ -171,7 +171,7 @@ TEST_F(Live, ExportsWhatReplays) {
       session.CatchUp();
       if (random() % 30 == 0) Run(session, "reload");
       Run(session, steps[random() % std::size(steps)]);
-      session.RunStep(host::ReadStep("ui GET_ALL_SERVICES", host::Sender::kPage), false);
+      session.RunStep(host::ReadStep("ui GET_ALL_SERVICES", host::Sender::kGuest), false);
     }
     ExpectReplays(session, file);
     EXPECT_EQ(Join(Run(session, "export " + file.string())),

@@ -93,7 +93,7 @@ test('a full host is told apart from a lost one', async () => {
   const host = await startHost('ADD_SERVICE name=Towels');
   const page = await open(host);
   await page.evaluate(() => {
-    window.others = Array.from({ length: 31 }, () => new WebSocket('/ws'));
+    window.others = Array.from({ length: 31 }, () => new WebSocket('/ws/guest'));
     return Promise.all(window.others.map((socket) => new Promise((resolve) => (socket.onopen = resolve))));
   });
   const late = await page.context().newPage();
@@ -102,6 +102,7 @@ test('a full host is told apart from a lost one', async () => {
   await page.evaluate(() => window.others.forEach((socket) => socket.close()));
   await expectText(late.locator('#connection'), /^$/);
   await expectText(card(late, 1), /Towels/);
+  assert.equal(await late.locator('a').count(), 0, 'the guest\'s page leads to the staff\'s');
 });
 
 test('what the host puts in quotes is read as it was', async () => {

@@ -108,7 +108,7 @@ export async function open(host, place = '/', options = {}) {
   page.on('pageerror', (error) => problems.push(error.stack));
   page.on('dialog', (dialog) => problems.push(`dialog: ${dialog.message()}`));
   page.on('console', (message) => {
-    const isOutage = /WebSocket connection to .* failed/.test(message.text()) || message.location().url.endsWith('/ws');
+    const isOutage = /WebSocket connection to .* failed/.test(message.text()) || /\/ws\/\w+$/.test(message.location().url);
     if (message.type() === 'error' && !isOutage) problems.push(message.text());
   });
   cleanUp.push(async () => {

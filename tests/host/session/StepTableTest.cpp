@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/live/LiveSession.h"
+#include "host/session/HearingTable.h"
 #include "host/session/StepCompletion.h"
 #include "host/session/StepTable.h"
 #include "tests/support/Program.h"
@@ -14,9 +15,6 @@
 namespace {
 
 using host::Sender;
-
-const std::pair<Sender, const char*> kSenders[] = {
-    {Sender::kScenario, "scenario"}, {Sender::kConsole, "console"}, {Sender::kPage, "page"}};
 
 /// The shortest step that a usage allows.
 std::string ShortestOf(std::string_view usage) {
@@ -35,7 +33,7 @@ TEST(StepTable, EveryRowIsCarriedOutForItsSendersAlone) {
     if (const auto name = text.find(host::kAnyName); name != std::string::npos) {
       text = text.substr(0, name) + "GET_SERVICE";
     }
-    for (const auto& [sender, name] : kSenders) {
+    for (const auto& [sender, name, isPage] : host::kSenders) {
       SCOPED_TRACE(std::string(name) + ": " + text);
       if (!row.Admits(sender)) {
         EXPECT_THROW(host::ReadStep(text, sender), host::StepError);
@@ -43,7 +41,7 @@ TEST(StepTable, EveryRowIsCarriedOutForItsSendersAlone) {
       }
       host::LiveSession session(options, [] { return host::Moment{1709283600000, 0}; });
       session.Start();
-      for (int i = 0; i < 3; ++i) session.RunStep(host::ReadStep("ADD_SERVICE", sender));
+      for (int i = 0; i < 3; ++i) session.RunStep(host::ReadStep("ADD_SERVICE", Sender::kConsole));
       for (const std::string& line : session.RunStep(host::ReadStep(text, sender))) {
         EXPECT_NE(line.compare(0, 5, "error"), 0) << line;
       }
@@ -62,7 +60,7 @@ TEST(StepTable, IsTheListInTheDocumentation) {
       usage.insert(at, 1, '\\');
     }
     std::string senders;
-    for (const auto& [sender, name] : kSenders) {
+    for (const auto& [sender, name, isPage] : host::kSenders) {
       if (row.Admits(sender)) senders += (senders.empty() ? "" : ", ") + std::string(name);
     }
     list.append("| `").append(usage).append("` | ").append(row.meaning);
@@ -70,6 +68,26 @@ TEST(StepTable, IsTheListInTheDocumentation) {
   }
   const std::string page = test::ReadFile(std::string(PROJECT_DIR) + "/docs/scenarios.md");
   EXPECT_NE(page.find('\n' + list + '\n'), std::string::npos) << "docs/scenarios.md lacks\n"
+                                                              << list;
+}
+
+TEST(HearingTable, IsTheListInTheDocumentation) {
+  std::string list = "| Lines |", rule = "|---|";
+  for (const host::SenderRow& role : host::kSenders) {
+    if (!role.isPage) continue;
+    list.append(" ").append(role.name).append(" |");
+    rule += "---|";
+  }
+  list += '\n' + rule + '\n';
+  for (const host::HearingRow& row : host::HearingTable()) {
+    list.append("| ").append(row.lines).append(" |");
+    for (const host::SenderRow& role : host::kSenders) {
+      if (role.isPage) list += host::Hears(role.sender, row.kind) ? " yes |" : " |";
+    }
+    list += '\n';
+  }
+  const std::string page = test::ReadFile(std::string(PROJECT_DIR) + "/docs/live-host.md");
+  EXPECT_NE(page.find('\n' + list + '\n'), std::string::npos) << "docs/live-host.md lacks\n"
                                                               << list;
 }
 

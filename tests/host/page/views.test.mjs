@@ -99,7 +99,7 @@ test('with text of twice the size nothing runs off a phone, and long texts can b
 test('the current page is marked in forced colours too', async () => {
   const page = await open(await startHost(...PROPERTY), '/installer', { forcedColors: 'active' });
   await page.screenshot({ path: path.join(folderOf(''), 'forced-colours.png') });
-  const link = page.locator('nav a').first();
+  const link = page.getByRole('link', { name: 'Installer' });
   const marked = await link.screenshot();
   await link.evaluate((node) => node.removeAttribute('aria-current'));
   assert.ok(!marked.equals(await link.screenshot()), 'it looks like any other');

@@ -1,4 +1,5 @@
-// The line to the host: one text line a message, opened again with growing pauses when it breaks.
+// The line to the host, opened again with growing pauses when it breaks. A message to the host is one
+// text line, one from the host is one or several.
 
 const FIRST_PAUSE = 500;
 const LONGEST_PAUSE = 15000;
@@ -10,21 +11,21 @@ const PROBE_TIME = 5000;
 
 /**
  * Whether the host is there, but full. A page cannot see the status that refused its WebSocket, so
- * a plain request asks: the host answers 503 if it is full, and 426 if the path is a WebSocket's.
+ * a plain request asks: the host answers 503 then.
  */
 async function isHostFull(path) {
   try {
     const { status } = await fetch(path, { signal: AbortSignal.timeout(PROBE_TIME) });
-    return status === 426 || status === 503;
+    return status === 503;
   } catch {
     return false;
   }
 }
 
 /**
- * Opens the line of a role, and again whenever it breaks. Calls `onLine(text)` for each line that comes, and
- * `onBreak(milliseconds, isFull)` when the line broke, with the pause before the next attempt, and
- * whether the host refused the attempt because it is full. Returns a function that sends a line, and
+ * Opens the line of a role, and again whenever it breaks. Calls `onLine(text)` for each line that
+ * comes, and `onBreak(milliseconds, isFull)` when the line broke, with the pause before the next
+ * attempt, and whether the host refused the attempt because it is full. Returns a function that sends a line, and
  * says why if it cannot: a text, or `undefined` if the line is sent.
  */
 export function connect(role, onLine, onBreak) {
@@ -43,9 +44,11 @@ export function connect(role, onLine, onBreak) {
     socket = new WebSocket(`${scheme}://${location.host}${path}`);
     socket.onmessage = ({ data }) => {
       listen();
-      // Not when it opens: a host that turns the page away would be asked without end.
-      if (data === '! replay-end') pause = FIRST_PAUSE;
-      onLine(data);
+      for (const line of data.split('\n')) {
+        // Not when it opens: a host that turns the page away would be asked without end.
+        if (line === '! replay-end') pause = FIRST_PAUSE;
+        onLine(line);
+      }
     };
     let isOpened = false;
     socket.onopen = () => (isOpened = true);

@@ -5,6 +5,7 @@
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <exception>
 #include <utility>
+#include <vector>
 
 #include "host/web/Headers.h"
 
@@ -15,6 +16,7 @@ namespace websocket = boost::beast::websocket;
 using boost::system::error_code;
 
 /// A long line goes in frames of this many bytes, so that the progress of a slow client shows.
+/// Lines that wait together go in one message, up to this cost.
 constexpr std::size_t kFrameSize = std::size_t{64} << 10;
 
 }  // namespace
@@ -85,8 +87,8 @@ void Client::OnRead(const error_code& error) {
 }
 
 void Client::ReadOn() {
-  // A queue is sent a line at a time, so a client that sends one message after the other would fill
-  // all queues, and others would wait for their answers.
+  // Otherwise a client that sends one message after the other would fill all queues, and others
+  // would wait for their answers.
   isHeldBack_ = ownLines_ > 0;
   if (isHeldBack_) return;
   const Limits& limits = shared_->limits;
@@ -123,23 +125,33 @@ void Client::Queue(const std::shared_ptr<const QueuedLine>& line) noexcept {
 
 void Client::EndQueue() {
   isOpen_ = false;
-  if (queue_.size() > 1) queue_.erase(queue_.begin() + 1, queue_.end());
+  const std::size_t kept = std::max<std::size_t>(ending_, 1);
+  if (queue_.size() > kept) queue_.resize(kept);
 }
 
 void Client::Write() {
-  const std::string& text = queue_.front()->GetText();
-  const std::size_t size = std::min(text.size() - written_, kFrameSize);
-  stream_.async_write_some(written_ + size == text.size(),
-                           boost::asio::buffer(text.data() + written_, size),
-                           [self = shared_from_this(), size](error_code error, std::size_t) {
-                             self->OnWritten(error, size);
-                           });
+  const std::string& first = queue_.front()->GetText();
+  const std::size_t size = std::min(first.size() - written_, kFrameSize);
+  std::vector<boost::asio::const_buffer> buffers{{first.data() + written_, size}};
+  const bool isWhole = written_ + size == first.size();
+  ending_ = isWhole ? 1 : 0;
+  std::size_t cost = queue_.front()->GetCost();
+  for (; isWhole && written_ == 0 && ending_ < queue_.size(); ++ending_) {
+    const QueuedLine& next = *queue_[ending_];
+    cost += next.GetCost();
+    if (cost > kFrameSize) break;
+    buffers.emplace_back("\n", 1);
+    buffers.push_back(boost::asio::buffer(next.GetText()));
+  }
+  stream_.async_write_some(isWhole, buffers,
+                           [self = shared_from_this(), size = boost::asio::buffer_size(buffers)](
+                               error_code error, std::size_t) { self->OnWritten(error, size); });
 }
 
 void Client::OnWritten(const error_code& error, std::size_t size) {
   written_ += size;
   taken_ += size;
-  if (written_ == queue_.front()->GetText().size()) {
+  for (; ending_ > 0; --ending_) {
     queueSize_ -= queue_.front()->GetCost();
     if (queue_.front()->IsCausedBy(backlog_)) --ownLines_;
     taken_ += kLineOverhead;

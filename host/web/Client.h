@@ -22,8 +22,9 @@ namespace web {
 /// A connection's socket: TCP, or a pair of connected sockets.
 using Socket = boost::asio::generic::stream_protocol::socket;
 
-/// One WebSocket, which carries lines both ways, each as a text message. It keeps itself alive
-/// until the connection ends.
+/// One WebSocket, which carries lines both ways. A text message from the client is a line; one to
+/// the client is a line, or several that waited together, with a line feed between them. The client
+/// keeps itself alive until the connection ends.
 class Client : public std::enable_shared_from_this<Client> {
  public:
   /// What clients tell the program. The client lives at least until the handler returns; a program
@@ -57,9 +58,10 @@ class Client : public std::enable_shared_from_this<Client> {
   /// The path that the WebSocket was opened under.
   const std::string& GetPath() const { return path_; }
 
-  /// Queues a line; does nothing when the client is closed or not open yet. A slow client, with
-  /// more than `Limits::queueSize` queued, is closed after `Limits::stallTime` unless it takes an
-  /// eighth of that. Inside a handler, the line counts as caused by the handler's client.
+  /// Queues a line, which has no line end; does nothing when the client is closed or not open yet.
+  /// A slow client, with more than `Limits::queueSize` queued, is closed after `Limits::stallTime`
+  /// unless it takes an eighth of that. Inside a handler, the line counts as caused by the
+  /// handler's client.
   void Send(const SharedLine& line);
   void Send(std::string line) { Send(std::make_shared<const std::string>(std::move(line))); }
 
@@ -101,11 +103,12 @@ class Client : public std::enable_shared_from_this<Client> {
   boost::asio::steady_timer readTimer_;  // for the rest of a message, a close, or a pause
   bool isInMessage_ = false;
 
-  std::deque<std::shared_ptr<const QueuedLine>> queue_;  // the first is being written
+  std::deque<std::shared_ptr<const QueuedLine>> queue_;  // the first ones are being written
   std::size_t queueSize_ = 0;                            // bytes
   std::size_t ownLines_ = 0;                             // in the queue, caused by this client
   bool isHeldBack_ = false;                              // reads on when there are no such lines
   std::size_t written_ = 0;                              // of the first, bytes
+  std::size_t ending_ = 0;                               // lines that the present write ends
   std::size_t taken_ = 0;                                // since the watch began, bytes
   bool isWatched_ = false;
   boost::asio::steady_timer writeTimer_;

@@ -101,6 +101,10 @@ void Connection::OnRequest(Request request, bool isAtEnd) {
 }
 
 void Connection::OnWebSocket(Request request, std::string path) {
+  // Before all else: a page sees no status of its WebSocket, and asks for it by a plain request.
+  if (!state_->clients.HasRoom(path)) {
+    return Refuse(Status::service_unavailable, "too many WebSockets are open");
+  }
   if (!boost::beast::websocket::is_upgrade(request)) {
     return Refuse(Status::upgrade_required, "this is a WebSocket");
   }
@@ -108,9 +112,6 @@ void Connection::OnWebSocket(Request request, std::string path) {
       !state_->site.access.IsOriginAllowed(View(request[http::field::origin]),
                                            View(request[http::field::host]))) {
     return Refuse(Status::forbidden, "not for another site's pages");
-  }
-  if (!state_->clients.HasRoom(path)) {
-    return Refuse(Status::service_unavailable, "too many WebSockets are open");
   }
   deadline_.cancel();
   state_->clients.Make(std::move(socket_), std::move(path), std::move(place_))

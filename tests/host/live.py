@@ -54,15 +54,19 @@ class Client(websocket.WebSocket):
     """
 
     def __init__(self, port, role="installer", **options):
+        self.unread = []
         super().__init__(skip_utf8_validation=True)  # it is slow, and decoding validates too
         self.connect(f"ws://127.0.0.1:{port}/ws/{role}", timeout=20, http_no_proxy=["127.0.0.1"], **options)
 
     def receive(self):
         """The next line but for the time. Raises one of ENDED when the connection ends."""
         while True:
-            line = self.recv()
-            if not line:
-                raise websocket.WebSocketConnectionClosedException
+            while not self.unread:
+                message = self.recv()
+                if not message:
+                    raise websocket.WebSocketConnectionClosedException
+                self.unread = message.split("\n")
+            line = self.unread.pop(0)
             if not line.startswith("! clock "):
                 return line
             self.time = int(line.split()[2])

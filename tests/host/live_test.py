@@ -222,7 +222,7 @@ class LiveHost(unittest.TestCase):
             shell.sendcontrol("z")
             shell.expect("Stopped.*\\$ ")
             shell.send(back)
-            shell.expect_exact("\r\x1b[J> xADD")
+            shell.expect_exact("> xADD")
             shell.send("\x01\x04\t\x15")  # Ctrl-A, Ctrl-D, tab, Ctrl-U
         shell.send("persist\r")
         shell.expect_exact("answer <guest_services/>")

@@ -66,6 +66,19 @@ TEST_F(WebLimits, NeverCloseAClientThatReads) {
   }
 }
 
+TEST_F(WebLimits, GatherTheLinesThatWaitInFewMessages) {
+  site_.handlers.onClient = [](web::Client& client) {
+    for (int i = 0; i < 1000; ++i) client.Send(std::to_string(i));
+  };
+  Start();
+  Peer peer(io_);
+  Open(peer, "/ws/one");
+  std::string all;
+  for (int i = 0; i < 1000; ++i) all += std::to_string(i) + '\n';
+  EXPECT_EQ(Read(peer, 1000), all);
+  EXPECT_LT(messages_, 20);
+}
+
 TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
   site_.limits.socketSize = 1;  // the least that the kernel grants
   site_.limits.queueSize = 10'000;
@@ -216,6 +229,7 @@ TEST_F(WebLimits, RefuseMoreThanThereIsRoomFor) {
   std::list<Peer> peers;
   EXPECT_EQ(Open(peers.emplace_back(io_), "/ws/one"), 101);
   EXPECT_EQ(Open(peers.emplace_back(io_), "/ws/one"), 503);
+  EXPECT_EQ(Ask(Get("/ws/one", "localhost")).substr(0, 12), "HTTP/1.1 503");
   peers.pop_back();
   EXPECT_EQ(Open(peers.emplace_back(io_), "/ws/two"), 101) << "another path has places of its own";
 

@@ -92,8 +92,8 @@ TEST_F(WebServer, CarriesLines) {
   EXPECT_EQ(Open(two, "/ws/two"), 101);
   Write(two, "");
   Write(two, "x\ny");
-  EXPECT_EQ(Read(one, 3), "a client came\nto all: \nto all: x\ny\n");
-  EXPECT_EQ(Read(two, 6),
+  EXPECT_EQ(Read(one, 4), "a client came\nto all: \nto all: x\ny\n");
+  EXPECT_EQ(Read(two, 8),
             "welcome to /ws/two\na client came\nto you: \nto all: \nto you: x\ny\nto all: x\ny\n");
   Write(two, "close");
   EXPECT_EQ(Read(two, 1), "End of file");

@@ -10,11 +10,13 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket.hpp>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "host/web/Server.h"
 
@@ -104,13 +106,20 @@ class WebServer : public testing::Test {
 
   /// The next lines, one below the other, or the error that came instead.
   std::string Read(Peer& peer, int count) {
-    std::string lines;
+    std::string& unread = unread_[&peer];
+    std::size_t end = 0;
     for (; count > 0; --count) {
-      boost::beast::flat_buffer line;
-      const error_code error = Await([&](auto done) { peer.async_read(line, done); });
-      if (error) return lines + error.message();
-      lines += boost::beast::buffers_to_string(line.data()) + '\n';
+      if (end == unread.size()) {
+        boost::beast::flat_buffer message;
+        const error_code error = Await([&](auto done) { peer.async_read(message, done); });
+        if (error) return std::exchange(unread, {}) + error.message();
+        ++messages_;
+        unread += boost::beast::buffers_to_string(message.data()) + '\n';
+      }
+      end = unread.find('\n', end) + 1;
     }
+    const std::string lines = unread.substr(0, end);
+    unread.erase(0, end);
     return lines;
   }
 
@@ -126,6 +135,10 @@ class WebServer : public testing::Test {
   web::Site site_;
   std::shared_ptr<web::Server> server_;
   std::string problems_;
+  int messages_ = 0;  // that `Read` has read
+
+ private:
+  std::map<const Peer*, std::string> unread_;  // lines of messages
 };
 
 /// A request.

@@ -1,16 +1,16 @@
 #!/usr/bin/python3
 """Holds docs/troubleshooting.md against the sources: errors_test.py PROJECT
 
-The page quotes each text in the first cells of its tables, with <names> for what varies.
-- What does not vary in a quoted text stands in a string of the sources.
-- Each text that the host throws, prints or sends as an error is quoted, but for refused steps and
-  for wrong calls of the classes (logic_error, out_of_range): the page has the steps by family.
+The first cells of the page's tables quote texts, with <names> for what varies. The rest of each stands
+in the strings of the sources. Each text that the host throws, prints or sends as an error is quoted,
+but for refused steps, which the page has by family, and wrong calls of the classes (logic_error).
 """
 
 import pathlib
 import re
 import sys
 
+PAGE = "docs/troubleshooting.md"
 STRING = r'"(?:\\.|[^"\\\n])*"'
 # A statement that makes an error text, up to its end.
 ERROR = re.compile(
@@ -18,22 +18,17 @@ ERROR = re.compile(
     r"|otice_?\(|WriteHostError\(|\bReport\(|std::cerr|fputs\()(?:" + STRING + r"|'(?:\\.|[^'\\])'|[^;\"'])*;")
 # What could not be done, and to what if that is no file.
 STEP = re.compile(r'(?:ThrowFileError\(|\bCheck\([^;]*?, )"([^"]+)", (?:"([^"]+)")?')
-CONSTANT = re.compile(r"\b(k[A-Z]\w*)\b")
 WORDS = re.compile(r"[A-Za-z]{2}.*[A-Za-z]")
 
 
-def join(code):
-    """Makes one string of those that follow each other, and leaves out comments."""
-    code = re.sub(r"^\s*//.*$", "", code, flags=re.M)
+def read(path):
+    """A source without comments, in which strings that follow each other are one."""
+    code = re.sub(r"^\s*//.*$", "", path.read_text(encoding="utf-8"), flags=re.M)
     return re.sub(r'(?<!\\)"\s*\n\s*"', "", code)
 
 
-def unescape(literal):
-    return re.sub(r"\\(.)", r"\1", literal[1:-1].replace("\\n", ""))
-
-
 def strings(code):
-    return [unescape(literal) for literal in re.findall(STRING, code)]
+    return [re.sub(r"\\(.)", r"\1", text[1:-1].replace("\\n", "")) for text in re.findall(STRING, code)]
 
 
 def find_error_texts(code):
@@ -43,45 +38,34 @@ def find_error_texts(code):
             yield from (f"cannot {step} {what or '<'}" for step, what in steps)
             continue
         yield from strings(statement)
-        for name in CONSTANT.findall(statement):
+        for name in re.findall(r"\bk[A-Z]\w*\b", statement):
             for value in re.findall(rf"\b{name} =((?:{STRING}|[^;\"])*);", code):
                 yield from strings(value)
 
 
-def read_quotes(page):
-    """The quoted texts of the first cells."""
-    rows = [row for row in page.splitlines() if row.startswith("| `")]
-    return [quote for row in rows for quote in re.findall(r"`([^`]+)`", row.split(" | ")[0])]
-
-
-def remove_known(part, sources):
+def remove_known(part, sources, known):
     """What is left of a part without what stands in the sources, in one string or in several."""
-    if any(part in source for source in sources):
+    if any(part in source for source in sources.values()):
         return ""
-    known = {text for source in sources for text in strings(source) if len(text) > 3}
-    for text in sorted(known, key=len, reverse=True):
+    for text in known:
         part = part.replace(text, "")
     return part
 
 
-def main(root):
-    quotes = read_quotes((root / "docs/troubleshooting.md").read_text(encoding="utf-8"))
-    faults, sources = [], []
-    for pattern in ("host/**/*.cpp", "platform/**/*.cpp", "host/page/*.js", "scripts/*", "cmake/*"):
-        for path in sorted(root.glob(pattern)):
-            code = join(path.read_text(encoding="utf-8"))
-            sources += [code, *strings(code)]
-            if path.suffix != ".cpp":
-                continue
-            for text in find_error_texts(code):
-                if WORDS.search(text) and not any(text.strip() in quote for quote in quotes):
-                    faults.append(f"{path.relative_to(root)}: docs/troubleshooting.md has no entry for: {text}")
-    for quote in quotes:
-        for part in re.split(r"<[^>]*>", quote):
-            if WORDS.search(remove_known(part, sources)):
-                faults.append(f"docs/troubleshooting.md: no source has: {part}")
-    return faults
+def find_faults(root):
+    rows = [row for row in (root / PAGE).read_text(encoding="utf-8").splitlines() if row.startswith("| `")]
+    quotes = [quote for row in rows for quote in re.findall(r"`([^`]+)`", row.split(" | ")[0])]
+    sources = {path: read(path) for pattern in ("host/**/*.cpp", "platform/**/*.cpp", "host/page/*.js", "scripts/*", "cmake/*")
+               for path in root.glob(pattern)}
+    known = sorted({text for code in sources.values() for text in strings(code) if len(text) > 3}, key=len, reverse=True)
+    for path, code in sources.items():
+        for text in find_error_texts(code) if path.suffix == ".cpp" else ():
+            if WORDS.search(text) and not any(text.strip() in quote for quote in quotes):
+                yield f"{path}: {PAGE} has no entry for: {text}"
+    for part in (part for quote in quotes for part in re.split(r"<[^>]*>", quote)):
+        if WORDS.search(remove_known(part, sources, known)):
+            yield f"{PAGE}: no source has: {part}"
 
 
-if found := main(pathlib.Path(sys.argv[1])):
-    sys.exit("\n".join(found))
+if faults := sorted(find_faults(pathlib.Path(sys.argv[1]))):
+    sys.exit("\n".join(faults))

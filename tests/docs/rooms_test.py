@@ -7,6 +7,7 @@ names: rooms, single headers, libraries, or everything. No files and no rooms ma
 in a circle; a header and its source count as one file, and a header that a row names as a room.
 """
 
+import graphlib
 import pathlib
 import re
 import sys
@@ -29,24 +30,6 @@ def read_table(page):
             for room, allowed in rows}
 
 
-def find_circles(edges):
-    """A circle of a graph for each edge that closes one, as the names in order."""
-    done, path, circles = set(), [], []
-
-    def visit(node):
-        if node in path:
-            circles.append(path[path.index(node):] + [node])
-        elif node not in done:
-            path.append(node)
-            for other in sorted(edges.get(node, ())):
-                visit(other)
-            done.add(path.pop())
-
-    for node in sorted(edges):
-        visit(node)
-    return circles
-
-
 def names_of(header):
     """What a row can call the library of a header; nothing if the library is not known."""
     if SYSTEM.fullmatch(header):
@@ -65,8 +48,10 @@ class Rooms:
             if not {"build", "node_modules"} & set(name.parts):
                 self.check(name.as_posix(), INCLUDE.findall(path.read_text(encoding="utf-8")))
         for kind, edges in (("files", self.file_edges), ("rooms", self.room_edges)):
-            self.faults += [f"a circle of {kind}: {' -> '.join(circle)}"
-                            for circle in find_circles(edges)]
+            try:
+                graphlib.TopologicalSorter(edges).prepare()
+            except graphlib.CycleError as error:
+                self.faults.append(f"a circle of {kind}: {' -> '.join(error.args[1][::-1])}")
 
     def room_of(self, name):
         folder = name.rpartition("/")[0]

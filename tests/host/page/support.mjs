@@ -19,6 +19,9 @@ const PLUGIN = 'lib/guest-services/guest-services-agent.so';
 const PATIENCE = 30000;
 // The page holds back taps on what has just changed.
 export const GRACE = 700;
+// A proxy's site, and its address.
+export const SITE = 'guests.hotel.example';
+export const PROXY = '127.0.0.10';
 
 /** A live host with a state file of its own. `lines` is all that its console printed. */
 class Host {
@@ -33,7 +36,7 @@ class Host {
   /** Starts it, the second time at the same address. */
   async start() {
     const listen = this.url ? new URL(this.url).host : '127.0.0.1:0';
-    this.process = spawn(HOST, ['run', '--plugin', PLUGIN, '--state', this.state, '--listen', listen], {
+    this.process = spawn(HOST, ['run', '--plugin', PLUGIN, '--state', this.state, '--listen', listen, '--allow-host', SITE], {
       cwd: path.dirname(path.dirname(HOST)),
       stdio: ['pipe', 'pipe', 'inherit'],
       env: { ...process.env, TZ: 'UTC' },
@@ -80,8 +83,8 @@ export const replay = (file) => execFileSync(HOST, ['replay', file], { stdio: 'i
 
 // A browser for all tests of a file; after each test, what it has opened and started is gone.
 let browser;
-const cleanUp = [];
-before(async () => (browser = await chromium.launch({ executablePath: '/usr/bin/chromium' })));
+export const cleanUp = [];
+before(async () => (browser = await chromium.launch({ executablePath: '/usr/bin/chromium', args: [`--host-resolver-rules=MAP ${SITE} ${PROXY}`] })));
 after(() => browser.close());
 afterEach(async () => {
   const problems = [];

@@ -59,7 +59,7 @@ bool Client::Handle(const Handler& handler) {
     handler();
   } catch (const std::exception& error) {
     Close();
-    Report(shared_->onProblem, std::string("a WebSocket was closed: ") + error.what());
+    shared_->problems->Report(std::string("a WebSocket was closed: ") + error.what());
   }
   shared_->cause.reset();
   return isOpen_;

@@ -41,7 +41,7 @@ class Client : public std::enable_shared_from_this<Client> {
   struct Shared {
     const Handlers handlers;
     const Limits limits;
-    const OnProblem onProblem;
+    const std::shared_ptr<Problems> problems;
     /// By path. A client keeps its place until its backlog is empty.
     std::map<std::string, Places> places;
     /// The client whose handler runs, or null: lines count as caused by it.

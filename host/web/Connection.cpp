@@ -48,8 +48,8 @@ void Connection::Start(bool hasRoom) {
         try {
           self->OnRead(error, size);
         } catch (const std::exception& problem) {
-          Report(self->state_->site.onProblem,
-                 std::string("a request was not answered: ") + problem.what());
+          self->state_->problems->Report(std::string("a request was not answered: ") +
+                                         problem.what());
           self->Refuse(Status::internal_server_error, "the host cannot answer now");
         }
       });

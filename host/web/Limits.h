@@ -37,7 +37,7 @@ struct Limits {
   std::chrono::milliseconds messageTime{5000};    // to send the rest of a message
   std::chrono::milliseconds stallTime{2000};      // see `queueSize`
   std::chrono::milliseconds pauseTime{10};        // until `sentSize` is checked again
-  std::chrono::milliseconds reportTime{60000};    // without a shortage, until the next is reported
+  std::chrono::milliseconds reportTime{60000};    // without a problem, until it is reported again
   std::chrono::milliseconds acceptTime{200};  // until the next accept in a shortage of descriptors
 };
 

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <functional>
+#include <iterator>
+#include <map>
 #include <string>
+#include <utility>
 
 namespace web {
 
@@ -10,11 +14,30 @@ namespace web {
 /// it throws is dropped.
 using OnProblem = std::function<void(const std::string& problem)>;
 
-inline void Report(const OnProblem& onProblem, const std::string& problem) {
-  try {
-    if (onProblem) onProblem(problem);
-  } catch (const std::exception&) {  // it cannot be reported, then
+/// Reports problems. One that comes again and again is reported once, until it has not come for
+/// `pause`.
+class Problems {
+ public:
+  Problems(OnProblem onProblem, std::chrono::milliseconds pause)
+      : onProblem_(std::move(onProblem)), pause_(pause) {}
+
+  void Report(const std::string& problem) {
+    const auto now = std::chrono::steady_clock::now();
+    try {
+      for (auto it = ends_.begin(); it != ends_.end();) {
+        it = it->second <= now ? ends_.erase(it) : std::next(it);
+      }
+      const bool isNew = ends_.count(problem) == 0;
+      ends_[problem] = now + pause_;
+      if (isNew && onProblem_) onProblem_(problem);
+    } catch (const std::exception&) {  // it cannot be reported, then
+    }
   }
-}
+
+ private:
+  const OnProblem onProblem_;
+  const std::chrono::milliseconds pause_;
+  std::map<std::string, std::chrono::steady_clock::time_point> ends_;  // of the pauses, by problem
+};
 
 }  // namespace web

@@ -1,6 +1,5 @@
 #include "host/web/Server.h"
 
-#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -57,17 +56,12 @@ void Server::OnAccept(tcp::socket socket) {
     socket.set_option(tcp::no_delay(true), ignored);
     std::make_shared<Connection>(std::move(socket), state_)->Start(count < limits.connections);
   } catch (const std::exception& error) {
-    Report(state_->site.onProblem, std::string("a connection was closed: ") + error.what());
+    state_->problems->Report(std::string("a connection was closed: ") + error.what());
   }
 }
 
 void Server::Pause(const std::string& problem) {
-  const auto now = std::chrono::steady_clock::now();
-  if (now >= nextReport_) {
-    Report(state_->site.onProblem, "new connections have to wait: " + problem);
-  }
-  // Connections that end and others that begin may bring the shortage back again and again.
-  nextReport_ = now + state_->site.limits.reportTime;
+  state_->problems->Report("new connections have to wait: " + problem);
   pause_.expires_after(state_->site.limits.acceptTime);
   pause_.async_wait([self = shared_from_this()](const error_code& error) {
     if (!error && self->acceptor_.is_open()) self->Accept();

@@ -46,7 +46,6 @@ class Server : public std::enable_shared_from_this<Server> {
 
   boost::asio::ip::tcp::acceptor acceptor_;
   boost::asio::steady_timer pause_;
-  std::chrono::steady_clock::time_point nextReport_;  // of a shortage
   const std::shared_ptr<State> state_;
 };
 

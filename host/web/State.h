@@ -16,10 +16,12 @@ class Connection;
 struct State {
   explicit State(Site served)
       : site(std::move(served)),
+        problems(std::make_shared<Problems>(site.onProblem, site.limits.reportTime)),
         clients(std::make_shared<Client::Shared>(
-            Client::Shared{site.handlers, site.limits, site.onProblem, {}, nullptr})) {}
+            Client::Shared{site.handlers, site.limits, problems, {}, nullptr})) {}
 
   const Site site;
+  const std::shared_ptr<Problems> problems;
   Clients clients;
   /// Those that have not become clients.
   std::set<Connection*> connections;

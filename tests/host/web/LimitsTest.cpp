@@ -1,4 +1,5 @@
 // What a server's peers cannot make it do, however they behave.
+#include <malloc.h>
 #include <sys/resource.h>
 
 #include <functional>
@@ -37,16 +38,20 @@ struct Flood {
 
 TEST_F(WebLimits, CostTheClientWhoseHandlerFailsAndNoOther) {
   Start();
-  Peer bad(io_), good(io_);
+  Peer good(io_);
   Open(good, "/ws/one");
-  Open(bad, "/ws/two");
-  Read(good, 3);
-  Read(bad, 2);
-  Write(bad, "throw");
-  EXPECT_EQ(Read(bad, 1), "End of file");
+  Read(good, 2);
+  for (int i = 0; i < 3; ++i) {
+    Peer bad(io_);
+    Open(bad, "/ws/two");
+    Read(good, 1);
+    Read(bad, 2);
+    Write(bad, "throw");
+    EXPECT_EQ(Read(bad, 1), "End of file");
+  }
   Write(good, "x");
   EXPECT_EQ(Read(good, 2), "to you: x\nto all: x\n");
-  EXPECT_EQ(problems_, "a WebSocket was closed: std::bad_alloc\n");
+  EXPECT_EQ(problems_, "a WebSocket was closed: std::bad_alloc\n") << "reported once";
 }
 
 TEST_F(WebLimits, NeverCloseAClientThatReads) {
@@ -105,6 +110,24 @@ TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
   EXPECT_LT(linesBefore, 500);
   Read(reader, linesBefore);
   EXPECT_TRUE(RunUntil([&] { return lines > linesBefore + 50; }));
+}
+
+TEST_F(WebLimits, KeepNoMoreThanOneAnswerForAClientThatFloodsWithPings) {
+  site_.limits.socketSize = 1;
+  Start();
+  Peer flood(io_), quiet(io_);
+  Open(flood, "/ws/one");
+  Open(quiet, "/ws/two");
+  Read(quiet, 2);
+  // Pings with a mask of 0; the answers are not read.
+  std::string pings;
+  for (int i = 0; i < 10'000; ++i) pings += "\x89\xfd" + std::string(4 + 125, '\0');
+  async_write(flood.next_layer(), buffer(pings), [](error_code, std::size_t) {});
+  const std::size_t before = mallinfo2().uordblks;
+  io_.run_for(milliseconds(300));
+  EXPECT_LT(mallinfo2().uordblks, before + 100'000);
+  Write(quiet, "x");
+  EXPECT_EQ(Read(quiet, 2), "to you: x\nto all: x\n");
 }
 
 TEST_F(WebLimits, AnswerOneClientBesideTheFloodOfAnother) {
@@ -177,6 +200,18 @@ TEST_F(WebLimits, ShareALongTextAmongFewReaders) {
   EXPECT_EQ(answer.size(), answer.find("\r\n\r\n") + 4 + text->size());
   EXPECT_EQ(text.use_count(), 2);
   EXPECT_TRUE(RunUntil([&] { return text.use_count() == 1; })) << "the stalled one goes on";
+}
+
+TEST_F(WebLimits, EndAConnectionThatStaysAfterItsReply) {
+  site_.limits.connections = 1;
+  site_.limits.replyTime = minutes(1);
+  site_.limits.drainTime = milliseconds(200);
+  Start();
+  auto staying = Connect(Get("/", "localhost"));
+  ReadAll(staying);
+  const auto ask = [this] { return Ask(Get("/", "localhost")).substr(9, 3); };
+  EXPECT_EQ(ask(), "503");
+  EXPECT_TRUE(RunUntil([&] { return ask() == "200"; }));
 }
 
 TEST_F(WebLimits, WaitForDescriptorsWithoutSpinning) {

@@ -140,6 +140,8 @@ void LiveHost::RunLoop() {
     } catch (const std::bad_alloc&) {
       // It ended the operation that it passed out of, such as a page's connection.
       std::fputs("error: out of memory\n", stderr);
+      ArmTimer();
+      console_.GoOn();
     }
   }
 }
@@ -147,8 +149,8 @@ void LiveHost::RunLoop() {
 void LiveHost::AwaitSignal() {
   signals_.async_wait([this](const boost::system::error_code& error, int signal) {
     if (error) return;
-    OnSignal(signal);
     AwaitSignal();
+    OnSignal(signal);
   });
 }
 
@@ -200,9 +202,9 @@ void LiveHost::ArmClock() {
   clock_.expires_after(kClockPeriod);
   clock_.async_wait([this](const boost::system::error_code& error) {
     if (error) return;
+    ArmClock();
     CatchUp();
     feed_.SendClock();
-    ArmClock();
   });
 }
 

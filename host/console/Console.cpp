@@ -75,6 +75,17 @@ void Console::Open() {
   if (mode_ == Mode::kConsole) Attach();
 }
 
+void Console::AttachLater() {
+  foreground_.expires_after(kForegroundPeriod);
+  foreground_.async_wait([this](const boost::system::error_code& error) {
+    if (!error) Attach();
+  });
+}
+
+void Console::GoOn() {
+  if (mode_ == Mode::kConsole) AttachLater();
+}
+
 void Console::End() {
   isEnding_ = true;
   boost::system::error_code ignored;
@@ -96,11 +107,7 @@ void Console::Attach() {
   if (isEnding_) return;
   if (!IsForeground()) {
     if (editor_) editor_->Suspend(false);
-    foreground_.expires_after(kForegroundPeriod);
-    foreground_.async_wait([this](const boost::system::error_code& error) {
-      if (!error) Attach();
-    });
-    return;
+    return AttachLater();
   }
   if (editor_) {
     editor_->Resume();
@@ -127,17 +134,15 @@ void Console::Wait() {
 }
 
 void Console::Read() {
-  char buffer[4096];
-  const ssize_t size = read(STDIN_FILENO, buffer, sizeof buffer);
-  if (size < 0 && (errno == EINTR || errno == EAGAIN)) return;
+  constexpr std::size_t kMostAtOnce = 4096;
+  const std::size_t begin = text_.size();
+  text_.resize(begin + kMostAtOnce);  // before bytes are taken that could get lost
+  const ssize_t size = read(STDIN_FILENO, &text_[begin], kMostAtOnce);
+  const bool isLater = size < 0 && (errno == EINTR || errno == EAGAIN);
+  text_.resize(begin + static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+  if (isLater) return;
   isLast_ = size <= 0;  // of a terminal, too: it hung up
-  if (isLast_) return;
-  const std::string_view bytes(buffer, static_cast<std::size_t>(size));
-  if (editor_) {
-    editor_->Type(bytes);
-  } else {
-    text_ += bytes;
-  }
+  if (editor_ && !isLast_) editor_->Type(std::exchange(text_, {}));
 }
 
 void Console::TakeLines() {

@@ -42,6 +42,8 @@ class Console {
 
   /// Begins to read, but for a service. At a terminal, shows the prompt.
   void Open();
+  /// Reads on, half a second later, after `std::bad_alloc` has passed out of `io`'s run.
+  void GoOn();
   /// Takes no further line, restores the terminal's mode, and calls `onEnd` when the output is
   /// written. To be called from `onLine`.
   void End();
@@ -70,6 +72,7 @@ class Console {
 
  private:
   void Attach();
+  void AttachLater();
   void Wait();
   void Read();
   /// Passes lines on while the output is read, then waits for more.
@@ -83,7 +86,7 @@ class Console {
   const Mode mode_;
   const Handlers handlers_;
   boost::asio::posix::stream_descriptor input_;
-  boost::asio::steady_timer foreground_;  // the next look whether the terminal is ours
+  boost::asio::steady_timer foreground_;  // until `Attach`
   Output output_;
   const bool isTerminal_;
   const bool isOutputTerminal_;

@@ -10,6 +10,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -217,6 +218,22 @@ class LiveHost(unittest.TestCase):
         shell.expect_exact("answer <guest_services/>")
         shell.sendintr()
         shell.expect_exact("$ ")
+
+    @unittest.skipIf("/asan/" in PROGRAM, "the sanitizer needs address space")
+    def test_reads_on_when_memory_has_run_out(self):
+        host = self.start(reads=False)
+        with open(f"/proc/{host.process.pid}/statm", encoding="ascii") as file:
+            size = int(file.read().split()[0]) * os.sysconf("SC_PAGESIZE")
+        resource.prlimit(host.process.pid, resource.RLIMIT_AS, (size, resource.RLIM_INFINITY))
+        steps = f"ADD_SERVICE name={'x' * 800_000}\nGET_SERVICE id=9\nexit\n"
+        writing = threading.Thread(target=lambda: print(steps, end="", file=host.process.stdin, flush=True))
+        writing.start()
+        self.assertEqual(host.process.stderr.readline(), "error: out of memory\n")
+        unlimited = (resource.RLIM_INFINITY, resource.RLIM_INFINITY)
+        resource.prlimit(host.process.pid, resource.RLIMIT_AS, unlimited)
+        output = host.process.stdout.read()
+        writing.join()
+        self.assertTrue(output.endswith("\n> GET_SERVICE id=9\nanswer \n> exit\n"), output[-200:])
 
     def test_a_line_being_edited_is_not_disturbed(self):
         terminal = self.start_in_terminal()

@@ -115,7 +115,7 @@ test('a WebSocket has the role of its path, and guests cannot take the places of
   assert.ok((await countRefused(100, '/style.css', { from: 61 })) > 10, 'requests');
   assert.ok((await countRefused(40, '/desk', { from: 62, account: 'desk:guess' })) > 10, 'passwords');
   assert.equal(await countRefused(6, '/ws/guest', { from: 2, headers: UPGRADE }), 2, 'WebSockets of an address');
-  assert.equal(await countRefused(25, '/ws/guest', { headers: UPGRADE }), 7, 'WebSockets of guests: six were open');
+  assert.equal(await countRefused(40, '/ws/guest', { headers: UPGRADE }), 14, 'WebSockets of guests: six were open');
   for (const role of ['desk', 'installer']) assert.equal((await ask(proxy, `/ws/${role}`, { account: ACCOUNTS[role], from: 50, headers: UPGRADE })).status, 101);
   assert.equal((await ask(proxy, '/', { from: 50 })).status, 200);
 });

@@ -233,7 +233,7 @@ class LiveHost(unittest.TestCase):
         resource.prlimit(host.process.pid, resource.RLIMIT_AS, unlimited)
         output = host.process.stdout.read()
         writing.join()
-        self.assertTrue(output.endswith("\n> GET_SERVICE id=9\nanswer \n> exit\n"), output[-200:])
+        self.assertTrue(output.endswith("\n> GET_SERVICE id=9\nanswer\n> exit\n"), output[-200:])
 
     def test_a_line_being_edited_is_not_disturbed(self):
         terminal = self.start_in_terminal()

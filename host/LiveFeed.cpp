@@ -22,6 +22,8 @@ std::string ClockLine(std::int64_t seconds) {
 
 std::string NoticeLine(const std::string& notice) { return "! notice " + Quote(notice); }
 
+std::string FromLine(Sender sender) { return "! from " + std::string(GetName(sender)); }
+
 std::string Describe(const StateHealth& health, bool hasReason) {
   switch (health.kind) {
     case StateHealth::Kind::kNoFile:
@@ -63,6 +65,13 @@ void LiveFeed::Greet(web::Client& page) {
   for (const std::string& notice : session_.GetNotices()) {
     if (Hears(role, Heard::kNotice)) page.Send(NoticeLine(notice));
   }
+  for (const auto& [sender, line] : requests_.GetOpen()) {
+    if (sender && Hears(role, Heard::kFromRequest)) page.Send(FromLine(*sender));
+    if (Hears(role, Heard::kOpen)) page.Send(line);
+  }
+  for (const std::string& line : requests_.DescribeEnded(now)) {
+    if (Hears(role, Heard::kEnded)) page.Send(line);
+  }
   for (const RecentLine& line : recent_) {
     if (!Hears(role, line.kind)) continue;
     sendClock(line.seconds);
@@ -76,19 +85,28 @@ void LiveFeed::SendStep(const Step& step, std::optional<Sender> sender) {
   const std::string line = "> " + step.text;
   if (sender != Sender::kConsole) console_.Print(line, Console::Cause::kOther);
   if (sender) {
-    Send("! from " + std::string(GetName(*sender)),
-         step.row->IsRequest() ? Heard::kFromRequest : Heard::kFromOther);
+    Send(FromLine(*sender), step.row->IsRequest() ? Heard::kFromRequest : Heard::kFromOther);
   }
   Send(line, Heard::kSessionLine);
-  if (step.row->Restarts()) Broadcast("! restarted", Heard::kRestarted);
+  if (!step.row->Restarts()) return;
+  ReadRequests();
+  Broadcast("! restarted", Heard::kRestarted);
+  for (const auto& [sender, line] : requests_.GetOpen()) Broadcast(line, Heard::kOpen);
 }
 
-void LiveFeed::SendLines(const Lines& lines, bool isFromConsole) {
-  const auto cause = isFromConsole ? Console::Cause::kConsole : Console::Cause::kOther;
+void LiveFeed::SendLines(const Lines& lines, std::optional<Sender> sender) {
+  const auto cause = sender == Sender::kConsole ? Console::Cause::kConsole : Console::Cause::kOther;
   for (const std::string& line : lines) {
     console_.Print(line, cause);
+    if (GetKind(line) == Heard::kPush) SendRequest(line, sender);
     Send(line, GetKind(line));
   }
+}
+
+void LiveFeed::SendRequest(const std::string& push, std::optional<Sender> sender) {
+  const std::string line = requests_.Take(push, session_.GetTime(), sender);
+  if (line.empty()) return;
+  Broadcast(line, line.compare(0, 6, "! open") == 0 ? Heard::kOpen : Heard::kEnded);
 }
 
 void LiveFeed::SendStatus() {

@@ -8,6 +8,7 @@
 
 #include "host/console/Console.h"
 #include "host/live/LiveSession.h"
+#include "host/live/RequestBook.h"
 #include "host/session/HearingTable.h"
 #include "host/web/Clients.h"
 
@@ -38,8 +39,11 @@ class LiveFeed {
   /// Sends who sent a step, nothing for a signal, and the step's line; to the console only if it
   /// did not come from there.
   void SendStep(const Step& step, std::optional<Sender> sender);
-  /// Sends the lines that followed. The console drops no line of its own steps.
-  void SendLines(const Lines& lines, bool isFromConsole = false);
+  /// Sends the lines that followed a step of `sender`, or no step. The console drops no line of its
+  /// own steps.
+  void SendLines(const Lines& lines, std::optional<Sender> sender = std::nullopt);
+  /// Notes the open requests of an agent that was started.
+  void ReadRequests() { requests_.Read(session_.GetState()); }
   /// Sends the notices and the health that changed since the last time, and the clock if it was
   /// set.
   void SendStatus();
@@ -57,6 +61,8 @@ class LiveFeed {
 
   /// Sends a line to the pages, and keeps it for later ones.
   void Send(const std::string& line, Heard kind);
+  /// Sends what a push line changes about a request, before the line.
+  void SendRequest(const std::string& push, std::optional<Sender> sender);
   void Broadcast(const web::SharedLine& line, Heard kind);
   void Broadcast(const std::string& line, Heard kind);
   std::string GetHealthLine(Heard kind) const;
@@ -66,6 +72,7 @@ class LiveFeed {
   const std::string plugin_;
   const web::Clients* pages_ = nullptr;  // null for none
 
+  RequestBook requests_;
   std::deque<RecentLine> recent_;
   std::size_t recentSize_ = 0;
   StateHealth sentHealth_;

@@ -59,6 +59,7 @@ LiveHost::LiveHost(const Options& options)
     signals_.add(signal);
   if (options.listen != "none") Listen(options);
   const auto lines = session_.Start();
+  feed_.ReadRequests();
   feed_.SendStatus();
   feed_.SendLines(lines);
 }
@@ -251,10 +252,9 @@ void LiveHost::RunQuery(const Step& step, web::Client* page) {
 
 void LiveHost::RunAction(const Step& step, std::optional<Sender> sender, web::Client* page) {
   const auto lines = session_.RunStep(step);
-  const bool isFromConsole = sender == Sender::kConsole;
   feed_.SendStatus();
   feed_.SendStep(step, sender);
-  feed_.SendLines(lines, isFromConsole);
+  feed_.SendLines(lines, sender);
   const bool hasFailed = std::any_of(lines.begin(), lines.end(), IsError);
   if (hasFailed && page != nullptr && !Hears(*sender, Heard::kSessionLine)) {
     Reply(step.text, page, lines);

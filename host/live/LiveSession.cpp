@@ -211,6 +211,12 @@ boost::shared_ptr<qx::XmlNode> LiveSession::Persist() {
   return state;
 }
 
+boost::shared_ptr<qx::XmlNode> LiveSession::GetState() {
+  boost::shared_ptr<qx::XmlNode> state;
+  Try([&] { state = Persist(); });
+  return state;
+}
+
 void LiveSession::Notice(const std::string& text) {
   qx::WriteHostError(text);
   if (notices_.size() == kMostNotices) notices_.erase(notices_.begin());

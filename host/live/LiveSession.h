@@ -60,6 +60,9 @@ class LiveSession : private ILiveSteps {
   /// goes on.
   std::shared_ptr<const std::string> GetScenario() const { return record_.GetText(); }
 
+  /// The agent's state; null if there is none.
+  boost::shared_ptr<qx::XmlNode> GetState();
+
   /// When the next timer expires, in milliseconds of the system's steady clock.
   std::optional<std::int64_t> GetNextDue();
   /// Whether an agent runs; none does after a reload or a restart that failed altogether.

@@ -98,23 +98,32 @@ export function edit(services, service) {
   dialog.showModal();
 }
 
+const hasChanges = () => Object.keys(shown).some(isChanged);
+
 /** Closes the form, after a question if something was entered. */
 function leave() {
-  if (!Object.keys(shown).some(isChanged)) return dialog.close();
+  if (!hasChanges()) return dialog.close();
   const text = 'The entry in the form is not saved.';
   return ask('Discard what you entered?', text, 'Go on editing', 'Discard', () => dialog.close());
 }
 
 /** Says in the form what happened to its entry meanwhile. */
-export function noteChange(what, service) {
-  if (!dialog.open || edited === undefined || service?.id !== edited) return;
-  if (what === 'service_changed') {
+export function noteChange(services, what, service) {
+  if (!dialog.open || edited === undefined) return;
+  if (what === 'service_changed' && service?.id === edited) {
     byId('editor-note').textContent =
       'This entry was changed on another page meanwhile. Saving puts yours in its place.';
   }
-  if (what !== 'service_removed') return;
-  dialog.close();
-  say(`${typed(nameOf(service))} was removed on another page; there is nothing left to edit.`);
+  if (services.find(edited)) return;
+  edited = undefined;
+  const text = 'This entry was removed on another page meanwhile.';
+  if (!hasChanges()) {
+    dialog.close();
+    say(text);
+    return;
+  }
+  byId('editor-title').textContent = 'Add a service';
+  byId('editor-note').textContent = `${text} Saving adds it again.`;
 }
 
 for (const input of fields.kind) input.onchange = showKind;

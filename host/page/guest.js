@@ -1,11 +1,9 @@
 // The guest's view: the services, each to be requested with one tap and cancelled with two.
 import { draw, drawRing } from './icons.js';
 import { Services, nameOf } from './services.js';
+import { ask, wait } from './taps.js';
 import { createMore, el, endInWords, keepList, label, say } from './view.js';
 import { sayChange, showLost, timeInWords, typed, unsettle } from './view.js';
-
-const ANSWER_TIME = 5000;
-const QUESTION_TIME = 8000;
 
 const services = new Services('guest', {
   change(what, service) {
@@ -20,13 +18,16 @@ const services = new Services('guest', {
 });
 
 const ENDED = {
-  cancelled: 'This request was cancelled.',
+  withdrawn: 'You cancelled this request.',
+  cancelled: 'No longer requested.',
   lapsed: 'Your request ran out of time. Please ask again.',
 };
 
 function phaseOf(row, service) {
   if (service.isOpen) return row.waiting === 'cancel' ? 'cancelling' : row.isAsking ? 'asking' : 'open';
-  return row.waiting === 'request' ? 'sending' : (services.outcomes.get(service.id) ?? 'idle');
+  if (row.waiting === 'request') return 'sending';
+  const outcome = services.outcomes.get(service.id) ?? 'idle';
+  return outcome === 'cancelled' && row.isWithdrawn ? 'withdrawn' : outcome;
 }
 
 const BUTTONS = { open: 'Cancel', asking: 'Yes, cancel', cancelling: 'Cancelling…', sending: 'Sending…' };
@@ -36,11 +37,12 @@ function createRow({ id }) {
   const ring = drawRing();
   const name = el('h2', { dir: 'auto' });
   const description = el('p', { className: 'description', dir: 'auto' });
+  const more = createMore();
   const state = el('p', { className: 'state' });
   const main = el('button', { type: 'button', className: 'main', onclick: () => tap(row) });
-  const keep = el('button', { type: 'button', onclick: () => ask(row, false) });
+  const keep = el('button', { type: 'button', onclick: () => ask(row, false, render) });
   const row = el('li', { className: 'card', tabIndex: -1 }, icon);
-  row.append(el('div', { className: 'words' }, name, description, createMore()));
+  row.append(el('div', { className: 'words' }, name, description, more));
   row.append(el('div', { className: 'foot' }, state, el('div', { className: 'actions' }, keep, main)));
   row.dataset.id = id;
   row.update = (service) => {
@@ -50,6 +52,7 @@ function createRow({ id }) {
     icon.replaceChildren(ring, draw(service));
     name.textContent = nameOf(service);
     description.textContent = service.description;
+    more.setTitle(typed(nameOf(service)));
     keep.hidden = phase !== 'asking';
     label(main, BUTTONS[phase] ?? 'Request', typed(nameOf(service)));
     label(keep, 'Keep it', typed(nameOf(service)));
@@ -58,7 +61,7 @@ function createRow({ id }) {
   row.tick = (service) => {
     const left = services.secondsLeft(service);
     if (service.isOpen) {
-      ring.setShare(left === Infinity ? 1 : left / (60 * Math.max(service.delay, 0.5)));
+      ring.setShare(left === Infinity ? 1 : left / Math.max(service.until.at - service.since.at, 30));
       state.textContent = `Requested at ${timeInWords(services, service.since)} · ${endInWords(services, service)}`;
     } else {
       state.textContent = ENDED[row.dataset.phase] ?? '';
@@ -77,6 +80,7 @@ function render() {
   for (const row of list.children) {
     const service = services.find(Number(row.dataset.id));
     const isDone = service && row.waiting && service.isOpen === (row.waiting === 'request');
+    if (isDone || service?.isOpen) row.isWithdrawn = isDone && row.waiting === 'cancel';
     if (isDone || !services.isCurrent) row.waiting = null;
     if (!service?.isOpen) row.isAsking = false;
   }
@@ -92,30 +96,12 @@ function summary() {
   return count === 1 ? 'One request is open.' : `${count} requests are open.`;
 }
 
-function ask(row, isAsking) {
-  clearTimeout(row.asked);
-  row.isAsking = isAsking;
-  if (isAsking) row.asked = setTimeout(() => ask(row, false), QUESTION_TIME);
-  // The button that was pressed is about to go.
-  else if (row.contains(document.activeElement)) row.querySelector('.main').focus();
-  render();
-}
-
 function tap(row) {
   const service = services.find(Number(row.dataset.id));
   if (row.waiting) return undefined;
-  if (service.isOpen && !row.isAsking) return ask(row, true);
+  if (service.isOpen && !row.isAsking) return ask(row, true, render);
   const problem = service.isOpen ? services.cancel(service) : services.request(service);
-  if (problem) return say(problem);
-  row.waiting = service.isOpen ? 'cancel' : 'request';
-  clearTimeout(row.unanswered);
-  row.unanswered = setTimeout(() => {
-    if (!row.waiting) return;
-    row.waiting = null;
-    say('The host has not answered. Please try again.');
-    render();
-  }, ANSWER_TIME);
-  return render();
+  return problem ? say(problem) : wait(row, service.isOpen ? 'cancel' : 'request', render);
 }
 
 setInterval(() => {

@@ -18,7 +18,7 @@ const services = new Services('installer', {
     render();
     if (what === 'services_reordered' && moved !== undefined) sayPlace();
     else sayChange(what, service, list.querySelector(`[data-id="${service?.id}"]`));
-    noteChange(what, service);
+    noteChange(services, what, service);
   },
   line(text) {
     if (text.startsWith('error ')) say(`The host reports: ${typed(text.slice(6), 200)}`);
@@ -40,11 +40,12 @@ function createRow({ id }) {
   const name = el('h2', { dir: 'auto' });
   const description = el('p', { className: 'description', dir: 'auto' });
   const facts = el('p', { className: 'facts' });
+  const more = createMore();
   const state = el('p', { className: 'state' });
   const change = el('button', { type: 'button', onclick: () => edit(services, current()) });
   const remove = el('button', { type: 'button', onclick: () => askToRemove(current()) });
   const row = el('li', { className: 'card', tabIndex: -1 }, handle, icon);
-  row.append(el('div', { className: 'words' }, name, description, createMore(), facts, state));
+  row.append(el('div', { className: 'words' }, name, description, more, facts, state));
   row.append(el('div', { className: 'actions' }, change, remove));
   row.dataset.id = id;
   handle.onkeydown = (event) => {
@@ -60,6 +61,7 @@ function createRow({ id }) {
     description.textContent = service.isShortcut ? '' : service.description;
     facts.textContent = factsOf(service);
     label(handle, drawHandle(), `Move ${title}`);
+    more.setTitle(title);
     label(change, 'Edit', title);
     label(remove, 'Remove', title);
     row.tick(service);
@@ -84,7 +86,7 @@ function summary() {
   const { length } = services.list;
   if (length === 0) return 'There are no services yet.';
   const { open } = services;
-  const oldest = open.toSorted((a, b) => a.since - b.since).slice(0, MOST_NAMES);
+  const oldest = open.toSorted((a, b) => a.since.at - b.since.at).slice(0, MOST_NAMES);
   const names = oldest.map((s) => `${typed(nameOf(s), 30)} since ${timeInWords(services, s.since)}`).join(', ');
   const more = open.length > MOST_NAMES ? ` and ${open.length - MOST_NAMES} more` : '';
   const requests = open.length > 0 ? `Open requests: ${names}${more}.` : 'No request is open.';

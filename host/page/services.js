@@ -2,6 +2,8 @@
 import { connect } from './connection.js';
 
 const REQUESTED = 1;
+const MOST_ENDED = 200;
+const LAST_MOMENT = 8.64e12; // that a Date can have, in seconds
 
 function parse(xml) {
   return new DOMParser().parseFromString(xml, 'application/xml').documentElement;
@@ -48,12 +50,16 @@ const OUTCOMES = { service_state_canceled: 'cancelled', service_state_not_reques
 export class Services {
   list = []; // in the installer's order
   types = []; // { id, name } of what the agent knows
+  isKnown = false; // whether there has been a list
   isCurrent = false; // whether the list is the host's, or what was last known
   outcomes = new Map(); // by id: 'cancelled' or 'lapsed'
+  ended = []; // { id, since, end, how }, which only staff hear of
   lineTime = 0; // when the latest line was printed, in seconds on the host's clock
   #send;
   #offset = 0; // the host's clock less ours, in seconds
   #zone = 0; // its local time less UTC
+  #requests = new Map(); // by id: the open ones, { since, until, from }
+  #from = ''; // the sender of the step that comes, which only staff hear of
   #step = '';
   #health = { notices: [] };
   #isReplaying = true;
@@ -69,6 +75,8 @@ export class Services {
       this.isCurrent = false;
       this.#isReplaying = true;
       this.outcomes.clear();
+      this.#requests.clear();
+      this.ended = [];
       this.#health.notices = [];
       on.lost?.(pause, isFull);
     });
@@ -87,6 +95,11 @@ export class Services {
     return Date.now() / 1000 + this.#offset;
   }
 
+  /** The present as a moment. */
+  get present() {
+    return { at: this.now(), zone: this.#zone };
+  }
+
   /** That time as a `Date` whose UTC fields are the host's local time. */
   local(seconds) {
     return new Date((seconds + this.#zone) * 1000);
@@ -94,8 +107,7 @@ export class Services {
 
   /** Seconds until the open request lapses; `Infinity` if it never does. */
   secondsLeft(service) {
-    if (service.delay === -1) return Infinity;
-    return service.since + 60 * service.delay - this.now();
+    return service.until ? service.until.at - this.now() : Infinity;
   }
 
   /** Sends a step. Returns why it could not be sent, or `undefined`; so do the steps below. */
@@ -140,8 +152,22 @@ export class Services {
     this.#send('ui GET_ALL_SERVICES');
   }
 
+  /** Takes what the host says of a request, with the zone's offset at each of its moments. */
+  #takeRequest(word, id, [since, sinceZone, end, endZone], how) {
+    const moment = (at, zone) => ({ at: Math.abs(at) < LAST_MOMENT ? Number(at) : 0, zone: Number(zone) });
+    const request = { since: moment(since, sinceZone), until: end && moment(end, endZone) };
+    if (word === 'ended') {
+      this.ended = [...this.ended.slice(1 - MOST_ENDED), { id, how, since: request.since, end: request.until }];
+      return;
+    }
+    const known = this.#requests.get(id);
+    const isSame = known?.since.at === request.since.at;
+    this.#requests.set(id, { ...request, from: isSame ? known.from : this.#from });
+    Object.assign(this.find(id) ?? {}, this.#requests.get(id));
+  }
+
   #takeStatus(text) {
-    const [word, seconds, zone] = text.split(' ');
+    const [word, seconds, zone, ...moments] = text.split(' ');
     if (word === 'clock') {
       this.lineTime = Number(seconds);
       this.#zone = Number(zone);
@@ -154,10 +180,19 @@ export class Services {
     } else if (word === 'notice') {
       this.#health.notices.push(unquote(text.slice(word.length + 1)));
       this.on.health?.(this.#health);
+    } else if (word === 'from') {
+      this.#from = seconds;
+    } else if (word === 'open') {
+      this.#takeRequest(word, Number(seconds), [zone, ...moments]);
+    } else if (word === 'ended') {
+      this.#takeRequest(word, Number(seconds), moments, zone);
     } else if (word === 'restarted') {
+      this.#requests.clear();
+      this.#from = '';
       this.#ask(); // there may be another list, without a push
     } else if (word === 'replay-end') {
       this.#isReplaying = false;
+      this.#from = '';
       this.#setClock();
       this.#send('ui GET_SERVICE_TYPES');
       this.#ask();
@@ -179,6 +214,7 @@ export class Services {
     } else if (root.tagName === 'guest_services') {
       this.list = [...root.children].map((element) => this.#read(element));
       this.isCurrent = true;
+      this.isKnown = true;
       this.on.change?.('list');
     }
   }
@@ -200,7 +236,6 @@ export class Services {
     }
     if (what.startsWith('service_state_') && before) {
       before.isOpen = what === 'service_state_requested';
-      if (before.isOpen) before.since = Math.floor(this.now());
     }
     this.on.change?.(what, this.find(id) ?? before);
   }
@@ -211,10 +246,6 @@ export class Services {
     if (element.tagName !== 'guest_service') {
       return { id, isShortcut: true, isOpen: false, shortcut_id: unsigned(text('shortcut_id')) };
     }
-    const time = element.querySelector('request_time');
-    const [year, month, ...rest] = ['YEAR', 'MONTH', 'DAY', 'HOUR', 'MIN', 'SEC'].map((name) =>
-      Number(time?.getAttribute(name)),
-    );
     return {
       id,
       isShortcut: false,
@@ -224,7 +255,7 @@ export class Services {
       delay: Number(text('delay')),
       operarequest: text('operarequest'),
       isOpen: Number(text('state')) === REQUESTED,
-      since: Date.UTC(year, month - 1, ...rest) / 1000 - this.#zone || 0,
+      ...(this.#requests.get(id) ?? { since: { at: 0, zone: 0 } }),
     };
   }
 }

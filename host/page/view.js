@@ -56,7 +56,7 @@ const HAPPENED = {
   service_changed: 'was changed.',
   service_removed: 'is no longer offered.',
   service_state_requested: 'is requested now.',
-  service_state_canceled: 'is no longer requested: the request was cancelled.',
+  service_state_canceled: 'is no longer requested.',
   service_state_not_requested: 'is no longer requested: the request ran out of time.',
 };
 
@@ -130,9 +130,9 @@ export function delayInWords(delay) {
   return delay <= 0 ? 'at once' : `after ${minutesInWords(delay)}`;
 }
 
-/** The host's local time of day, with the day if it is another one. */
-export function timeInWords(services, seconds) {
-  const then = services.local(seconds).toISOString();
+/** A moment's local time of day at the host, with the day if it is another one. */
+export function timeInWords(services, { at, zone }) {
+  const then = new Date((at + zone) * 1000).toISOString();
   const today = services.local(services.now()).toISOString().slice(0, 10);
   const time = then.slice(11, 16);
   return then.startsWith(today) ? time : `${time} on ${then.slice(0, 10)}`;
@@ -142,7 +142,7 @@ export function timeInWords(services, seconds) {
 export function endInWords(services, service) {
   const left = services.secondsLeft(service);
   if (left === Infinity) return 'open until it is cancelled';
-  return left > 0 ? `open until ${timeInWords(services, services.now() + left)}` : 'about to run out';
+  return left > 0 ? `open until ${timeInWords(services, service.until)}` : 'about to run out';
 }
 
 /** Has taps within the row held back for a moment: what they would do has just changed. */
@@ -159,13 +159,20 @@ function holdBackTaps(event) {
   if (event.detail === 1) say('That changed just now. Please tap again.');
 }
 
-/** A button that shows the whole of the texts around it, which are cut after some lines, or not. */
+/**
+ * A button that shows the whole of the texts around it, which are cut after some lines, or not.
+ * `setTitle(text)` says to a screen reader whose texts.
+ */
 export function createMore() {
-  const more = el('button', { type: 'button', className: 'more', hidden: true, ariaExpanded: 'false' }, 'More');
+  const more = el('button', { type: 'button', className: 'more', hidden: true, ariaExpanded: 'false' });
+  let title = '';
+  more.setTitle = (text) => {
+    title = text;
+    label(more, more.ariaExpanded === 'true' ? 'Less' : 'More', title);
+  };
   more.onclick = () => {
-    const isWhole = more.closest('li').classList.toggle('whole');
-    more.textContent = isWhole ? 'Less' : 'More';
-    more.ariaExpanded = String(isWhole);
+    more.ariaExpanded = String(more.closest('li').classList.toggle('whole'));
+    more.setTitle(title);
   };
   return more;
 }

@@ -18,6 +18,8 @@ constexpr HearingRow kRows[] = {
     {Heard::kFromOther, "`! from` before another step", kInstallers},
     {Heard::kClock, "`! clock`", kAll},
     {Heard::kRestarted, "`! restarted`", kAll},
+    {Heard::kOpen, "`! open`", kAll},
+    {Heard::kEnded, "`! ended`", kStaff},
     {Heard::kHealth, "`! health` without paths", kDesk},
     {Heard::kHealthWithPaths, "`! health` with the plug-in's path and the error", kInstallers},
     {Heard::kNotice, "`! notice`", kInstallers},

@@ -14,6 +14,8 @@ enum class Heard {
   kFromOther,
   kClock,
   kRestarted,
+  kOpen,
+  kEnded,
   kHealth,
   kHealthWithPaths,
   kNotice,

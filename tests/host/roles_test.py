@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Tests what each role may send to the running live host, and what it hears: roles_test.py HOST"""
 
+import re
 import sys
 import time
 import unittest
@@ -28,22 +29,23 @@ HEALTH = {"guest": "^$", "desk": '^! health state="none"$',
           **dict.fromkeys(TECHNICAL, '^! health state="none" plugin="/.*agent.so"$')}
 
 
-def lines_of(sender, step, push, log, event, bound):
+def lines_of(sender, step, status, push, log, event, bound):
     """The lines of a request or a cancellation, each after the roles that hear it."""
-    return ((STAFF, f"! from {sender}"), (TECHNICAL, f"> {step} id=1"),
-            (ALL, f"push <{push}><id>1</id></{push}>"),
+    return ((STAFF, f"! from {sender}"), (TECHNICAL, f"> {step} id=1"), status, (ALL, f"push <{push}><id>1</id></{push}>"),
             (TECHNICAL, f'log INFO "sent {log} event for: Taxi eventid: {event}"'),
             (TECHNICAL, f"fire {event}"), (TECHNICAL, f"bound 100 {bound} id:INT=1"))
 
 
 def request(sender):
     return sender, "SEND_REQUEST_EVENT id=1", lines_of(
-        sender, "SEND_REQUEST_EVENT", "service_state_requested", "request", 1, "SERVICE_STATE_REQUESTED")
+        sender, "SEND_REQUEST_EVENT", (ALL, "! open 1 +1800"),
+        "service_state_requested", "request", 1, "SERVICE_STATE_REQUESTED")
 
 
 def cancel(sender):
     return sender, "SEND_CANCEL_EVENT id=1", lines_of(
-        sender, "SEND_CANCEL_EVENT", "service_state_canceled", "cancel", 10001, "SERVICE_STATE_CANCELED")
+        sender, "SEND_CANCEL_EVENT", (STAFF, f"! ended 1 {'withdrawn' if sender == 'guest' else 'done'}"),
+        "service_state_canceled", "cancel", 10001, "SERVICE_STATE_CANCELED")
 
 
 HEARD = (
@@ -60,6 +62,7 @@ HEARD = (
     request("desk"),
     ("console", "advance 31m", (
         (TECHNICAL, "! from console"), (TECHNICAL, "> advance 31m"),
+        (STAFF, "! ended 1 lapsed"),
         (ALL, "push <service_state_not_requested><id>1</id></service_state_not_requested>"),
         (TECHNICAL, 'log INFO "Timer Expired on Taxi state changed."'),
         (TECHNICAL, "bound 100 SERVICE_STATE_NOT_REQUESTED id:INT=1"))),
@@ -75,9 +78,16 @@ HEARD = (
 )
 
 
+def without_times(lines):
+    """How long a request stays open, and how it ended, without the moments of that."""
+    lines = [re.sub(r"^(! ended \d+ \w+) .*", r"\1", line) for line in lines]
+    span = lambda match: f"{match[1]} +{int(match[3]) - int(match[2])}"
+    return [re.sub(r"^(! open \d+) (\d+) \d+ (\d+) \d+$", span, line) for line in lines]
+
+
 class Roles(unittest.TestCase):
-    def start(self):
-        self.host = Host(PROGRAM)
+    def start(self, **how):
+        self.host = Host(PROGRAM, **how)
         self.addCleanup(self.host.end)
         self.pages = {role: self.open(role) for role in ALL}
         for page in self.pages.values():
@@ -119,17 +129,40 @@ class Roles(unittest.TestCase):
             else:
                 self.pages[sender].send(step)
             for role in sorted(ALL, key=lambda each: each != sender):
-                self.assertEqual(self.pages[role].catch_up(),
+                self.assertEqual(without_times(self.pages[role].catch_up()),
                                  [line for roles, line in lines if role in roles], (role, step))
-                kept[role] += [line for roles, line in lines if role in roles and len(roles) > 1
-                               and line != "! restarted"]
+                kept[role] += [line for roles, line in lines if role in roles and len(roles) > 1]
         self.assertAlmostEqual(self.pages["guest"].time, time.time() + 31 * 60, delta=5)
 
         for role in ALL:
-            lines = self.open(role).receive_until("! replay-end")
+            lines = without_times(self.open(role).receive_until("! replay-end"))
             health = [lines.pop(0) for line in lines[:1] if line.startswith("! health")]
             self.assertRegex("".join(health), HEALTH[role])
-            self.assertEqual(lines, [*kept[role], "! replay-end"], role)
+            ended = [line for line in kept[role] if line.startswith("! ended")]
+            recent = [line for line in kept[role] if line.startswith("! from") or line[0] != "!"]
+            self.assertEqual(lines, [*ended, *recent, "! replay-end"], role)
+
+    def test_moments_when_the_hour_changes(self):
+        self.start(environment={"TZ": "CET-1CEST,M3.5.0,M10.5.0/3"})
+        desk = self.pages["desk"]
+        march, october = 1711843200, 1729987200  # 00:00 UTC on the days when the hour changes
+        self.type("ADD_SERVICE name=Taxi delay=30\nADD_SERVICE name=Privacy delay=-1")
+        for steps, expected in (
+                ("clock 2024-03-31T01:50:00\nSEND_REQUEST_EVENT id=1", (march + 3000, 3600, march + 4800, 7200)),
+                ("EDIT_SERVICE guest_service='<guest_service id=\"1\" delay=\"5\"/>'",
+                 (march + 3000, 3600, march + 3300, 3600)),
+                ("REMOVE_SERVICE id=1\nADD_SERVICE delay=30", None),
+                ("clock 2024-10-27T02:50:00\nadvance 40m\nSEND_REQUEST_EVENT id=3",
+                 (october + 5400, 3600, october + 7200, 3600)),
+                # As the agent reads the state: the first of the two.
+                ("restart", (october + 1800, 7200, october + 3600, 3600)),
+                ("SEND_CANCEL_EVENT id=3\nSEND_REQUEST_EVENT id=2", (october + 5400, 3600))):
+            desk.catch_up()
+            self.type(steps)
+            lines = [line.split()[3:] for line in desk.catch_up() if line.startswith("! open")]
+            self.assertEqual([len(line) for line in lines], [len(expected)] if expected else [], steps)
+            for number, wanted in zip(sum(lines, []), expected or ()):
+                self.assertAlmostEqual(int(number), wanted, delta=5, msg=steps)
 
 
 unittest.main()

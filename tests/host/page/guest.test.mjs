@@ -39,10 +39,10 @@ test('one tap requests, the page says until when it is open by the clock of the 
   await host.waitFor(/^fire 10002$/);
 
   await host.run('SEND_REQUEST_EVENT id=1', 'SEND_REQUEST_EVENT id=3', 'advance 60m30s');
-  for (const each of [page, await open(host)]) {
+  for (const [each, ended] of [[page, /^You cancelled/], [await open(host), /^No longer requested/]]) {
     await expectText(state(each, 1), /ran out of time/);
     await expectText(main(each, 1), /^Request /);
-    await expectText(state(each, 2), /cancelled/);
+    await expectText(state(each, 2), ended);
     await expectText(state(each, 3), /open until it is cancelled/);
   }
   await main(page, 1).click();

@@ -22,7 +22,7 @@ test('after an outage the page shows the truth again, without a reload', async (
   await host.start();
   await host.run('REMOVE_SERVICE id=2', 'ADD_SERVICE name=Turndown delay=5', 'SEND_CANCEL_EVENT id=1');
   await expectText(page.locator('#connection'), /^$/);
-  await expectText(card(page, 1).locator('.state'), /cancelled/);
+  await expectText(card(page, 1).locator('.state'), /No longer requested/);
   await expectText(card(page, 2), /Turndown/);
   assert.equal(await page.evaluate(() => window.isSamePage), true);
   await page.waitForTimeout(GRACE);

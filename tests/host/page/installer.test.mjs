@@ -66,6 +66,14 @@ test('entries of both kinds are added, edited and removed with all their fields,
   await host.run('REMOVE_SERVICE id=1');
   await form.waitFor({ state: 'hidden' });
   await expectText(page.locator('#status'), /removed on another page/);
+
+  await host.run('ADD_SERVICE name=Linens delay=5');
+  await press(page, /^Edit/);
+  await form.getByLabel('Name').fill('Bed linen');
+  await host.run('REMOVE_SERVICE id=1');
+  await expectText(page.locator('#editor-note'), /removed on another page.*adds it again/);
+  await press(page, 'Save');
+  await expectText(card(page, 1), /Bed linen/);
 });
 
 test('delays are said in words, open requests with their time', async () => {

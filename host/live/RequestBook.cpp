@@ -71,7 +71,7 @@ std::string RequestBook::Take(const std::string& line, std::int64_t now,
     return End(id, service, now, sender == Sender::kGuest ? kWithdrawn : kDone);
   }
   if (what != "service_removed") return "";
-  const std::string ended = End(id, service, now, kRemoved);
+  std::string ended = End(id, service, now, kRemoved);
   services_.erase(found);
   return ended;
 }

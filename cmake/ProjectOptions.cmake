@@ -30,3 +30,18 @@ endif()
 if(GUEST_SERVICES_TIME64)
   target_compile_definitions(project-options INTERFACE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
 endif()
+
+# Hardening of what is shipped: a build that optimizes, without sanitizers. tests/packaging reads it
+# from the binaries.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(project-options INTERFACE
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
+  target_compile_definitions(project-options INTERFACE _GLIBCXX_ASSERTIONS)
+  target_link_options(project-options INTERFACE LINKER:-z,relro,-z,now)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+    target_compile_options(project-options INTERFACE -fcf-protection)
+  endif()
+endif()

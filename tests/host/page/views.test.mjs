@@ -45,6 +45,7 @@ const LOOKS = [
   {
     name: 'desk', place: '/desk', viewport: { width: 1280, height: 800 },
     act: async (page, host) => {
+      await host.run('SEND_REQUEST_EVENT id=5', 'advance 5m');
       const guest = await open(host);
       await press(guest, /^Request .*Turndown/);
       await host.run('advance 6m');

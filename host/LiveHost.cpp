@@ -176,9 +176,10 @@ void LiveHost::OnSignal(int signal) {
 
 void LiveHost::Stop() {
   console_.Suspend();
-  signals_.remove(SIGTSTP);
-  std::raise(SIGTSTP);  // goes on here at SIGCONT
-  signals_.add(SIGTSTP);
+  // Two resumptions would set the terminal's mode twice, and keys in between would be lost.
+  for (const int signal : {SIGTSTP, SIGCONT}) signals_.remove(signal);
+  std::raise(SIGTSTP);  // goes on here at SIGCONT, or at once where no shell can continue it
+  for (const int signal : {SIGTSTP, SIGCONT}) signals_.add(signal);
   console_.Resume();
 }
 

@@ -109,6 +109,7 @@ void Console::Attach() {
     if (editor_) editor_->Suspend(false);
     return AttachLater();
   }
+  foreground_.cancel();
   if (editor_) {
     editor_->Resume();
   } else if (isTerminal_) {

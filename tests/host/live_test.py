@@ -206,13 +206,13 @@ class LiveHost(unittest.TestCase):
         shell.send(f"{PROGRAM} run --listen none\r")
         shell.expect_exact("ends the host")
         shell.expect_exact("> ")
-        for back in ("fg\r", "bg\rfg\r"):
-            shell.send("xADD")
-            shell.expect_exact("xADD")
+        for text, back in (("xADD", "fg\r"), ("xREM", "bg\rfg\r")):
+            shell.send(text)
+            shell.expect_exact(text)
             shell.sendcontrol("z")
             shell.expect("Stopped.*\\$ ")
             shell.send(back)
-            shell.expect_exact("> xADD")
+            shell.expect_exact(f"> {text}")
             shell.send("\x01\x04\t\x15")  # Ctrl-A, Ctrl-D, tab, Ctrl-U
         shell.send("persist\r")
         shell.expect_exact("answer <guest_services/>")

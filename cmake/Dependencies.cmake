@@ -13,6 +13,7 @@ set_target_properties(log4cplus::log4cplus PROPERTIES INTERFACE_LINK_LIBRARIES "
 
 if(GUEST_SERVICES_HOST)
   find_package(CLI11 REQUIRED)         # CLI11::CLI11
+  find_package(nlohmann_json REQUIRED) # nlohmann_json::nlohmann_json
 
   find_library(EDIT_LIBRARY edit REQUIRED)
 

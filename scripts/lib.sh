@@ -78,7 +78,7 @@ needs_of() {
 # to the project's root.
 cpp_files() {
   local room
-  for room in platform services agent host tests bench fuzz; do
+  for room in platform services agent host bridge tests bench fuzz; do
     [ ! -d "$ROOT/$room" ] || (cd "$ROOT" && find "$room" -name '*.h' -o -name '*.cpp')
   done | sort
 }

@@ -15,7 +15,8 @@ import sys
 LIBRARIES = {  # by the start of their headers' names
     "boost/asio": "Asio", "boost/beast": "Beast", "boost/": "Boost", "CLI/": "CLI11",
     "benchmark/": "benchmark", "dtl/": "dtl", "fuzzer/": "libFuzzer",
-    "gtest/": "GoogleTest", "histedit": "libedit", "libxml/": "libxml2", "log4cplus/": "log4cplus", "openssl/": "OpenSSL",
+    "gtest/": "GoogleTest", "histedit": "libedit", "libxml/": "libxml2", "log4cplus/": "log4cplus", "mosquitto.h": "libmosquitto", "mqtt_protocol.h": "libmosquitto",
+    "nlohmann/": "JSON", "openssl/": "OpenSSL",
     "pugixml": "pugixml", "rapidxml/": "RapidXml", "tinyxml2": "TinyXML-2", "valgrind/": "Valgrind"}
 SYSTEM = re.compile(  # the C++ library's, and the operating system's
     r"[a-z_]+|(sys/\w+|dlfcn|elf|execinfo|fcntl|langinfo|malloc|poll|signal|stdlib|syslog|unistd)\.h")

@@ -15,7 +15,10 @@ if(GUEST_SERVICES_HOST)
   find_package(CLI11 REQUIRED)         # CLI11::CLI11
   find_package(nlohmann_json REQUIRED) # nlohmann_json::nlohmann_json
 
+  find_package(OpenSSL 3 REQUIRED)     # OpenSSL::SSL
+
   find_library(EDIT_LIBRARY edit REQUIRED)
+  find_library(MOSQUITTO_LIBRARY mosquitto REQUIRED)
 
   # Header-only, and without a CMake package file.
   find_path(DTL_INCLUDE_DIR dtl/dtl.hpp REQUIRED)

@@ -83,6 +83,7 @@ bool IsRefusal(int code) {
 
 std::vector<char*> ToPointers(const std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size());
   // The library does not write there.
   for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
   return pointers;
@@ -210,7 +211,7 @@ void BrokerConnection::OnConnect(mosquitto* /*client*/, void* self, int code, in
   auto& me = *static_cast<BrokerConnection*>(self);
   if (code == CONNACK_ACCEPTED) {
     me.deadline_.cancel();
-    me.events_.push_back([&me] { me.handlers_.onConnected(); });
+    me.events_.emplace_back([&me] { me.handlers_.onConnected(); });
     return;
   }
   const bool isVersion =
@@ -220,7 +221,7 @@ void BrokerConnection::OnConnect(mosquitto* /*client*/, void* self, int code, in
                                                         : Failure::Kind::kLost;
   const char* const reason =
       code < kRefusal ? mosquitto_connack_string(code) : mosquitto_reason_string(code);
-  me.events_.push_back([&me, failure = Failure{kind, reason}] { me.Fail(failure); });
+  me.events_.emplace_back([&me, failure = Failure{kind, reason}] { me.Fail(failure); });
 }
 
 void BrokerConnection::OnDisconnect(mosquitto* /*client*/, void* self, int code,
@@ -243,7 +244,7 @@ void BrokerConnection::OnMessage(mosquitto* /*client*/, void* self,
                    ? std::string()
                    : std::string(payload, static_cast<std::size_t>(message->payloadlen)),
                message->retain, ReadResponseTopic(properties), ReadCorrelation(properties)};
-  me.events_.push_back([&me, copy = std::move(copy)] { me.handlers_.onMessage(copy); });
+  me.events_.emplace_back([&me, copy = std::move(copy)] { me.handlers_.onMessage(copy); });
 }
 
 void BrokerConnection::OnSubscribe(mosquitto* /*client*/, void* self, int id, int count,
@@ -253,7 +254,7 @@ void BrokerConnection::OnSubscribe(mosquitto* /*client*/, void* self, int id, in
   if (subscription == me.subscriptions_.end()) return;
   const bool isGranted =
       std::all_of(granted, granted + count, [](int code) { return code < kRefusal; });
-  me.events_.push_back([&me, purpose = subscription->second, isGranted] {
+  me.events_.emplace_back([&me, purpose = subscription->second, isGranted] {
     me.handlers_.onSubscribed(purpose, isGranted);
   });
   me.subscriptions_.erase(subscription);
@@ -276,7 +277,7 @@ void BrokerConnection::AfterCall(int result) {
   if (isLost) {
     // Told in the same order as what came before.
     const int number = errno;
-    events_.push_back([this, result, number] {
+    events_.emplace_back([this, result, number] {
       Failure failure = failure_;
       if (failure.reason.empty()) {
         failure.reason =
@@ -285,7 +286,7 @@ void BrokerConnection::AfterCall(int result) {
       if (options_.tls != nullptr && !options_.tls->GetFault().empty()) {
         failure = {Failure::Kind::kRefused, "the certificate: " + options_.tls->GetFault()};
       }
-      Fail(std::move(failure));
+      Fail(failure);
     });
   }
   FollowSocket();
@@ -367,7 +368,7 @@ void BrokerConnection::KeepAlive() {
   });
 }
 
-void BrokerConnection::Fail(Failure failure) {
+void BrokerConnection::Fail(const Failure& failure) {
   if (isEnded_) return;
   const auto onFailure = handlers_.onFailure;
   End();

@@ -96,7 +96,7 @@ class BrokerConnection : public std::enable_shared_from_this<BrokerConnection> {
   void Read();
   void KeepAlive();
   bool IsShakingHands() const;
-  void Fail(Failure failure);
+  void Fail(const Failure& failure);
   void End();
 
   boost::asio::io_context& io_;

@@ -95,8 +95,9 @@ void Bridge::Do(const Actions& actions) {
 }
 
 void Bridge::SetTick() {
+  if (isStopping_) return;
   const auto next = room_.GetNextTick();
-  if (!next || isStopping_) {
+  if (!next) {
     tick_.cancel();
     return;
   }
@@ -111,7 +112,10 @@ void Bridge::Stop() {
   if (std::exchange(isStopping_, true)) return;
   Do(room_.End());
   hostRetry_.cancel();
+  tick_.cancel();
+  isHostConnected_ = false;
   host_->Close();
+  host_.reset();  // with the timers of its WebSocket, which the event loop would wait for
   WaitForBroker(Clock::now() + kStopTime);
 }
 

@@ -65,6 +65,12 @@ std::string ReadCorrelation(const mosquitto_property* properties) {
   return {static_cast<const char*>(data), size};
 }
 
+/// A text of the library, which may end with a full stop.
+std::string ToReason(std::string text) {
+  if (!text.empty() && text.back() == '.') text.pop_back();
+  return text;
+}
+
 bool IsRefusal(int code) {
   switch (code) {
     case CONNACK_REFUSED_IDENTIFIER_REJECTED:
@@ -118,6 +124,7 @@ void BrokerConnection::SetUp() {
   if (options_.tls != nullptr) {
     options_.tls->ForgetFault();
     mosquitto_void_option(client, MOSQ_OPT_SSL_CTX, options_.tls->Get());
+    mosquitto_int_option(client, MOSQ_OPT_SSL_CTX_WITH_DEFAULTS, 0);  // which overwrite the context
   }
   if (!options_.user.empty()) {
     const char* const password = options_.password.empty() ? nullptr : options_.password.c_str();
@@ -221,7 +228,7 @@ void BrokerConnection::OnConnect(mosquitto* /*client*/, void* self, int code, in
                                                         : Failure::Kind::kLost;
   const char* const reason =
       code < kRefusal ? mosquitto_connack_string(code) : mosquitto_reason_string(code);
-  me.events_.emplace_back([&me, failure = Failure{kind, reason}] { me.Fail(failure); });
+  me.events_.emplace_back([&me, failure = Failure{kind, ToReason(reason)}] { me.Fail(failure); });
 }
 
 void BrokerConnection::OnDisconnect(mosquitto* /*client*/, void* self, int code,
@@ -230,7 +237,7 @@ void BrokerConnection::OnDisconnect(mosquitto* /*client*/, void* self, int code,
   if (code == MQTT_RC_SESSION_TAKEN_OVER) {
     me.failure_ = {Failure::Kind::kTakenOver, "another client has this site and room"};
   } else if (code >= kRefusal) {
-    me.failure_.reason = mosquitto_reason_string(code);
+    me.failure_.reason = ToReason(mosquitto_reason_string(code));
   }
 }
 
@@ -281,7 +288,7 @@ void BrokerConnection::AfterCall(int result) {
       Failure failure = failure_;
       if (failure.reason.empty()) {
         failure.reason =
-            result == MOSQ_ERR_ERRNO ? std::strerror(number) : mosquitto_strerror(result);
+            result == MOSQ_ERR_ERRNO ? std::strerror(number) : ToReason(mosquitto_strerror(result));
       }
       if (options_.tls != nullptr && !options_.tls->GetFault().empty()) {
         failure = {Failure::Kind::kRefused, "the certificate: " + options_.tls->GetFault()};

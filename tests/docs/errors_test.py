@@ -2,7 +2,7 @@
 """Holds docs/troubleshooting.md against the sources: errors_test.py PROJECT
 
 The first cells of the page's tables quote texts, with <names> for what varies. The rest of each stands
-in the strings of the sources. Each text that the host throws, prints or sends as an error is quoted,
+in the strings of the sources. Each text that the host or the bridge throws, prints or sends as an error is quoted,
 but for refused steps, which the page has by family, and wrong calls of the classes (logic_error).
 """
 
@@ -15,7 +15,7 @@ STRING = r'"(?:\\.|[^"\\\n])*"'
 # A statement that makes an error text, up to its end.
 ERROR = re.compile(
     r"(?:\bthrow\s+(?!StepError|std::(?:logic_error|out_of_range))|\bThrowFileError\(|\bCheck\(|\bfail\(|\bRefus(?:e\(|al\{)"
-    r"|otice_?\(|WriteHostError\(|\bReport\(|std::cerr|fputs\()(?:" + STRING + r"|'(?:\\.|[^'\\])'|[^;\"'])*;")
+    r"|otice_?\(|Warn\(|LogRecord\{|WriteHostError\(|\bReport\(|std::cerr|fputs\()(?:" + STRING + r"|'(?:\\.|[^'\\])'|[^;\"'])*;")
 # What could not be done, and to what if that is no file.
 STEP = re.compile(r'(?:ThrowFileError\(|\bCheck\([^;]*?, )"([^"]+)", (?:"([^"]+)")?')
 WORDS = re.compile(r"[A-Za-z]{2}.*[A-Za-z]")
@@ -55,7 +55,7 @@ def remove_known(part, sources, known):
 def find_faults(root):
     rows = [row for row in (root / PAGE).read_text(encoding="utf-8").splitlines() if row.startswith("| `")]
     quotes = [quote for row in rows for quote in re.findall(r"`([^`]+)`", row.split(" | ")[0])]
-    sources = {path: read(path) for pattern in ("host/**/*.cpp", "platform/**/*.cpp", "host/page/*.js", "scripts/*", "cmake/*")
+    sources = {path: read(path) for pattern in ("bridge/**/*.cpp", "host/**/*.cpp", "platform/**/*.cpp", "host/page/*.js", "scripts/*", "cmake/*")
                for path in root.glob(pattern)}
     known = sorted({text for code in sources.values() for text in strings(code) if len(text) > 3}, key=len, reverse=True)
     for path, code in sources.items():

@@ -19,10 +19,11 @@ class Host:
     Its output is read from then on, unless `reads` is false.
     """
 
-    def __init__(self, program, state=None, options=(), reads=True, environment=None):
+    def __init__(self, program, state=None, options=(), reads=True, environment=None,
+                 port=0):
         kept = ["--state", state] if state else []
         self.process = subprocess.Popen(
-            [program, "run", "--listen", "127.0.0.1:0", *kept, *options],
+            [program, "run", "--listen", f"127.0.0.1:{port}", *kept, *options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE if not reads else None,
             text=True, encoding="utf-8", env={**os.environ, **(environment or {})})
         self.start_lines, self.rest = [], []

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
-"""Runs the host in the sandbox of its systemd unit, without systemd: service_test.py HOST UNIT STATE
+"""Runs host and bridge in the sandboxes of their systemd units, without systemd:
+service_test.py HOST BRIDGE UNITS STATE
 
-bubblewrap makes the file system, the user and the capabilities, libseccomp the filters of system
+UNITS is the folder of the units. bubblewrap makes the file system, the user and the capabilities, libseccomp the filters of system
 calls, as the unit's settings say; the network and its filter stay the machine's. STATE is the text
 of a state whose service 1 is not requested.
 """
@@ -21,18 +22,20 @@ import urllib.request
 
 import seccomp
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../host"))
+for room in "host", "bridge":
+    sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", room))
 from live import Client  # noqa: E402
+from mqtt import Broker, is_shown, wait_for  # noqa: E402
 
-PROGRAM, UNIT, STATE = sys.argv[1:4]
+HOST, BRIDGE, UNITS, STATE = sys.argv[1:5]
 PROT_WRITE, PROT_EXEC = 2, 4
 FAMILIES = ("AF_UNIX", "AF_INET", "AF_INET6")
 
 
-def settings():
-    """The unit's settings, by name: their values, in their order."""
+def read_settings(path):
+    """A unit's settings, by name: their values, in their order."""
     found = {}
-    with open(UNIT, encoding="utf-8") as unit:
+    with open(path, encoding="utf-8") as unit:
         for name, value in re.findall(r"^(\w+)=(.*)$", unit.read(), re.MULTILINE):
             found.setdefault(name, []).append(value)
     return found
@@ -80,27 +83,22 @@ def write_filter(unit, file):
 
 
 class Service:
-    """The unit's command in its sandbox. `state` is the folder of its state."""
+    """A unit's command in its sandbox. It may write to `state`, a folder."""
 
-    def __init__(self, state):
-        unit = settings()
+    def __init__(self, program, state, environment):
+        path = os.path.join(UNITS, {HOST: "guest-services.service",
+                                    BRIDGE: "guest-services-bridge.service"}[program])
+        unit = read_settings(path)
         for name, value in (("MemoryDenyWriteExecute", "yes"), ("RestrictNamespaces", "yes"),
                             ("RestrictAddressFamilies", " ".join(FAMILIES)), ("ProtectSystem", "strict"),
-                            ("CapabilityBoundingSet", ""), ("PrivateTmp", "yes"), ("Type", "notify")):
-            assert unit[name] == [value], f"{UNIT}: {name}"
-        self.manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self.manager.bind(os.path.join(state, "notify"))
-        os.chmod(os.path.join(state, "notify"), 0o666)
-        self.manager.settimeout(20)
+                            ("CapabilityBoundingSet", ""), ("PrivateTmp", "yes")):
+            assert unit[name] == [value], f"{path}: {name}"
         out, theirs = os.pipe()
         stream = os.fstat(theirs)
-        environment = {
-            "NOTIFY_SOCKET": os.path.join(state, "notify"), "WATCHDOG_USEC": "400000",
-            "STATE_DIRECTORY": state, "OPTIONS": "--listen 127.0.0.1:0",
-            "JOURNAL_STREAM": f"{stream.st_dev}:{stream.st_ino}"}
+        environment = {**environment, "JOURNAL_STREAM": f"{stream.st_dev}:{stream.st_ino}"}
         command = shlex.split(re.sub(r"\$\{?(\w+)\}?", lambda name: environment[name[1]],
                                      unit["ExecStart"][0]))
-        tree = os.path.dirname(os.path.dirname(PROGRAM))
+        tree = os.path.dirname(os.path.dirname(program))
         with tempfile.TemporaryFile() as rules:
             write_filter(unit, rules)
             rules.seek(0)
@@ -110,7 +108,7 @@ class Service:
                  "--uid", "61184", "--gid", "61184", "--cap-drop", "ALL",
                  "--seccomp", str(rules.fileno()), "--clearenv",
                  *(word for variable in environment.items() for word in ("--setenv", *variable)),
-                 PROGRAM, *command[1:]],
+                 program, *command[1:]],
                 stdin=subprocess.DEVNULL, stdout=theirs, pass_fds=[rules.fileno()])
         os.close(theirs)
         self.output = os.fdopen(out, encoding="utf-8")
@@ -130,35 +128,61 @@ class Service:
 
     def end(self):
         self.signal(signal.SIGTERM)
-        with self.manager, self.output:
+        with self.output:
             return self.process.wait(20)
 
 
 class SandboxTest(unittest.TestCase):
-    def test_serves_saves_reloads_and_ends(self):
-        with tempfile.TemporaryDirectory(dir="/var/tmp") as state:
-            kept = os.path.join(state, "state.xml")
-            shutil.copy(STATE, kept)
-            service = Service(state)
-            try:
-                port = int(service.wait_for(r"^<6>! page http://127.0.0.1:(\d+)/$")[1])
-                self.assertEqual(service.manager.recv(100), b"READY=1")
-                client = Client(port)
-                client.send("SEND_REQUEST_EVENT id=1")
-                client.wait_for("push <service_state_requested>")
-                service.wait_for(r'^<6>log INFO "sent request event for: ')
-                with open(kept, encoding="utf-8") as file:
-                    self.assertIn('state="1"', file.read())
-                with urllib.request.urlopen(f"http://127.0.0.1:{port}/healthz") as reply:
-                    self.assertEqual(reply.read(), b"ok\n")
-                for _ in range(3):
-                    self.assertEqual(service.manager.recv(100), b"WATCHDOG=1")
-                service.signal(signal.SIGHUP)
-                client.wait_for("> reload")
-                self.assertEqual(client.ask("GET_SERVICE id=1").get("state"), "1")
-            finally:
-                status = service.end()
-            self.assertEqual(status, 0)
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(dir="/var/tmp")
+        self.addCleanup(folder.cleanup)
+        self.state = folder.name
+        self.kept = os.path.join(self.state, "state.xml")
+        shutil.copy(STATE, self.kept)
+        path = os.path.join(self.state, "notify")
+        self.manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(self.manager.close)
+        self.manager.bind(path)
+        os.chmod(path, 0o666)
+        self.manager.settimeout(20)
+        self.host = Service(HOST, self.state, {
+            "NOTIFY_SOCKET": path, "WATCHDOG_USEC": "400000", "STATE_DIRECTORY": self.state,
+            "OPTIONS": "--listen 127.0.0.1:0"})
+        self.port = int(self.host.wait_for(r"^<6>! page http://127.0.0.1:(\d+)/$")[1])
+
+    def test_host_serves_saves_reloads_and_ends(self):
+        try:
+            self.assertEqual(self.manager.recv(100), b"READY=1")
+            client = Client(self.port)
+            client.send("SEND_REQUEST_EVENT id=1")
+            client.wait_for("push <service_state_requested>")
+            self.host.wait_for(r'^<6>log INFO "sent request event for: ')
+            with open(self.kept, encoding="utf-8") as file:
+                self.assertIn('state="1"', file.read())
+            with urllib.request.urlopen(f"http://127.0.0.1:{self.port}/healthz") as reply:
+                self.assertEqual(reply.read(), b"ok\n")
+            for _ in range(3):
+                self.assertEqual(self.manager.recv(100), b"WATCHDOG=1")
+            self.host.signal(signal.SIGHUP)
+            client.wait_for("> reload")
+            self.assertEqual(client.ask("GET_SERVICE id=1").get("state"), "1")
+        finally:
+            status = self.host.end()
+        self.assertEqual(status, 0)
+
+    def test_bridge_publishes_and_ends(self):
+        broker = Broker(self.state, "allow_anonymous true")
+        self.addCleanup(broker.end)
+        self.addCleanup(self.host.end)
+        bridge = Service(BRIDGE, self.state, {
+            "OPTIONS": f"--site hotel --room 101 --host localhost:{self.port} mqtt://localhost:{broker.port}"})
+        try:
+            bridge.wait_for("^<6>connected to mqtt://")
+            desk = Client(self.port, "desk")
+            wait_for(lambda: is_shown(broker.port, desk), "the broker has the host's list")
+        finally:
+            status = bridge.end()
+        self.assertEqual(status, 0)
 
 
 if __name__ == "__main__":

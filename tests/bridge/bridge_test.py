@@ -21,7 +21,8 @@ import unittest
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "host"))
 
 from live import Client as Page, Host  # noqa: E402
-from mqtt import ROOT, Bridge, Broker, Client, find_port, is_shown, read_retained, wait_for  # noqa: E402
+from mqtt import (Bridge, Broker, Client, Cluster, ROOT, find_port, is_shown,  # noqa: E402
+                  read_retained, wait_for)
 
 HOST, BRIDGE = sys.argv.pop(1), sys.argv.pop(1)
 PROJECT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
@@ -403,7 +404,8 @@ class Access(BridgeTest):
                 file.write(text)
         users = ("101", "102", "staff", "homeassistant")
         for user in users:
-            subprocess.run(["mosquitto_passwd", "-b", os.path.join(self.folder, "users"), user, user], check=True)
+            subprocess.run(["mosquitto_passwd", "-b", os.path.join(self.folder, "users"), user, user],
+                           check=True)
         settings = blocks["mosquitto"].split("\nlistener")[0]
         self.assertIn("certfile", blocks["mosquitto"])
         broker = self.broker = self.start_broker(
@@ -466,6 +468,40 @@ class Access(BridgeTest):
                 warnings = [line for line in bridge.log if line.startswith("warning: ")]
                 self.assertEqual(len(warnings), 1, warnings)
             bridge.end()
+
+
+class NatsCluster(BridgeTest):
+    def test_goes_on_at_another_node(self):
+        cluster = Cluster(self.folder)
+        self.addCleanup(cluster.end)
+        self.start_host()
+        self.page = self.connect_page()
+        self.bridge = self.start_bridge(*(f"mqtt://127.0.0.1:{port}" for port in cluster.ports))
+        self.wait_until_shown_at(cluster.ports[1])
+        # Wherever it is connected, that node goes, and the next one that it takes.
+        client = Client(cluster.ports[2], is_version5=False)
+        client.send("service/1/set", "ON")
+        wait_for(lambda: '"open":true' in client.retained.get(ROOT + "service/1", ""), "the state is open")
+        client.close()
+        number = cluster.ports.index(self.find_connected_port())
+        cluster.nodes[number].kill()
+        start = time.monotonic()
+        self.page.send("SEND_CANCEL_EVENT id=1")
+        self.page.send("SEND_REQUEST_EVENT id=2")
+        self.wait_until_shown_at(cluster.ports[(number + 1) % 3])
+        print(f"  right again at another node after {time.monotonic() - start:.1f} s")
+        print("  " + "  ".join(self.bridge.log))
+
+    def find_connected_port(self):
+        return int(re.findall(r":(\d+), by MQTT 3.1.1", "".join(self.bridge.log))[-1])
+
+    def wait_until_shown_at(self, port):
+        def is_there():
+            try:
+                return is_shown(port, self.page, is_version5=False)
+            except (AssertionError, ConnectionError):  # the cluster elects a leader
+                return False
+        wait_for(is_there, "the cluster has the host's list", 120)
 
 
 if __name__ == "__main__":

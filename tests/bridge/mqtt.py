@@ -1,4 +1,4 @@
-"""Mosquitto, guest-services-bridge and clients of the broker, as processes and connections."""
+"""Mosquitto, NATS, guest-services-bridge and clients of the broker, as processes and connections."""
 
 import json
 import os
@@ -67,6 +67,32 @@ class Broker:
         self.process.wait()
 
 
+class Cluster:
+    """Three NATS servers that speak MQTT 3.1.1. `ports` are those of MQTT."""
+
+    def __init__(self, folder):
+        self.ports, routes = ([find_port() for _ in range(3)] for _ in range(2))
+        self.nodes = []
+        for number in range(3):
+            path = tempfile.mkdtemp(dir=folder)
+            with open(os.path.join(path, "conf"), "w") as file:
+                file.write(f"""server_name: n{number}
+                    listen: "127.0.0.1:{find_port()}"
+                    jetstream {{ store_dir: "{path}" }}
+                    mqtt {{ listen: "127.0.0.1:{self.ports[number]}" }}
+                    cluster {{ name: hotel, listen: "127.0.0.1:{routes[number]}",
+                               routes: {json.dumps([f"nats://127.0.0.1:{port}" for port in routes])} }}
+                    """)
+            with open(os.path.join(path, "log"), "w") as log:
+                self.nodes.append(subprocess.Popen(["nats-server", "-c", os.path.join(path, "conf")],
+                                                   stderr=log))
+
+    def end(self):
+        for node in self.nodes:
+            node.kill()
+            node.wait()
+
+
 class Bridge:
     """A bridge of the site hotel. `log` is what it has logged."""
 
@@ -102,12 +128,13 @@ class Client(paho.Client):
     `events` the events, `replies` the latest answer to each correlation, `heard` all messages. A
     user's password is its name."""
 
-    def __init__(self, port, watched=("gs/#", "homeassistant/#"), connect=True, user=None, **options):
-        super().__init__(protocol=paho.MQTTv5, **options)
+    def __init__(self, port, watched=("gs/#", "homeassistant/#"), connect=True, user=None,
+                 is_version5=True, **options):
+        super().__init__(protocol=paho.MQTTv5 if is_version5 else paho.MQTTv311, **options)
         self.retained, self.events = {}, queue.Queue()
         self.watched, self.replies, self.heard, self.is_ready = watched, {}, [], False
         self.on_connect = lambda *_: self.subscribe(
-            [(topic, SubscribeOptions(qos=0)) for topic in self.watched])
+            [(topic, SubscribeOptions(qos=0) if is_version5 else 0) for topic in self.watched])
         self.on_subscribe = self.take_granted
         self.on_message = self.take_message
         self.port = port
@@ -116,7 +143,7 @@ class Client(paho.Client):
             self.open()
 
     def open(self):
-        self.connect("127.0.0.1", self.port, clean_start=True)
+        self.connect("127.0.0.1", self.port)
         self.loop_start()
         wait_for(lambda: self.is_ready, "the client is connected")
         return self
@@ -131,7 +158,7 @@ class Client(paho.Client):
     def take_message(self, _client, _userdata, message):
         payload = message.payload.decode(errors="replace")
         self.heard.append((message.topic, payload))
-        correlation = getattr(message.properties, "CorrelationData", None)
+        correlation = getattr(getattr(message, "properties", None), "CorrelationData", None)
         if message.topic.startswith("gs/hotel/reply/"):
             self.replies[correlation] = payload
         elif message.topic.endswith("/event"):
@@ -160,10 +187,9 @@ class Client(paho.Client):
         return json.loads(wait_for(lambda: self.replies.get(correlation.encode()), "an answer"))
 
 
-def read_retained(port, root=ROOT):
+def read_retained(port, root=ROOT, **options):
     """What a broker has under the topics of a room."""
-    client = Client(port, [root + "#"], connect=False)
-    client.open()
+    client = Client(port, [root + "#"], **options)
     # What is retained comes before the answer to a later command.
     mark = []
     client.on_unsubscribe = lambda *_: mark.append(True)
@@ -173,11 +199,11 @@ def read_retained(port, root=ROOT):
     return client.retained
 
 
-def is_shown(port, host_client, root=ROOT):
+def is_shown(port, host_client, root=ROOT, **options):
     """Whether a broker has the host's list and no more, and says online."""
     listed = {root + f"service/{service.get('id')}": (service.get("name"), service.get("state") == "1")
               for service in host_client.ask("GET_ALL_SERVICES").iter("guest_service")}
-    retained = read_retained(port, root)
+    retained = read_retained(port, root, **options)
     status = retained.pop(root + "status", None)
     summary = json.loads(retained.pop(root + "summary", '{"open":null}'))
     retained.pop(root + "generations", None)

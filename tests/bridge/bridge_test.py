@@ -103,7 +103,7 @@ class Smoke(BridgeTest):
         self.start_all()
         client = self.connect_client(self.broker)
         self.assertTrue(client.ask("a", do="request", id=1)["open"])
-        before = self.bridge.measure()
+        descriptors = self.bridge.measure()[1]
         self.broker.end(signal.SIGKILL)
         self.page.send("SEND_CANCEL_EVENT id=1")
         self.page.send("SEND_REQUEST_EVENT id=2")
@@ -113,9 +113,8 @@ class Smoke(BridgeTest):
         wait_for(client.is_connected, "the client is connected again")
         self.assertTrue(client.ask("a", do="request", id=1)["open"])
         self.wait_until_shown()
-        after = self.bridge.measure()
-        self.assertEqual(after[1], before[1])
-        self.assertLess(after[0], before[0] + GROWTH)
+        # Faults measures the memory: AddressSanitizer, too, runs this test, and keeps what is freed.
+        self.assertEqual(self.bridge.measure()[1], descriptors)
         # It ends, too, when the broker goes before it has taken the last message.
         self.broker.process.send_signal(signal.SIGSTOP)
         self.bridge.process.send_signal(signal.SIGTERM)

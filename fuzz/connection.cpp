@@ -27,6 +27,7 @@ web::Site MakeSite() {
   site.handlers.onLine = [](web::Client& client, const std::string& line) {
     fuzz::Require(line.size() <= web::Limits().messageSize, "a line over the limit");
     client.Send(line);
+    return true;
   };
   return site;
 }

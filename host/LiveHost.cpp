@@ -81,7 +81,7 @@ void LiveHost::Listen(const Options& options) {
     feed_.Greet(page);
   };
   site.handlers.onLine = [this](web::Client& page, const std::string& line) {
-    OnPageLine(page, line);
+    return OnPageLine(page, line);
   };
   site.onProblem = [this](const std::string& problem) { feed_.SendNotice(problem); };
   try {
@@ -219,28 +219,32 @@ void LiveHost::OnConsoleLine(const std::string& line) {
   if (session_.IsExiting()) console_.End();
 }
 
-void LiveHost::OnPageLine(web::Client& page, const std::string& line) {
+bool LiveHost::OnPageLine(web::Client& page, const std::string& line) {
   CatchUp();
-  RunLine(line, &page);
+  return RunLine(line, &page);
 }
 
-void LiveHost::RunLine(const std::string& line, web::Client* page) {
+bool LiveHost::RunLine(const std::string& line, web::Client* page) {
   const Sender sender = page != nullptr ? LiveFeed::GetRole(*page) : Sender::kConsole;
   Step step;
   try {
     step = ReadLine(line, sender);
     if (page != nullptr) session_.CheckRoom(step);
   } catch (const StepError& error) {
-    return Reply(ToOneLine(line), page, {FormatError(error.what())});
+    Reply(ToOneLine(line), page, {FormatError(error.what())});
+    return true;
   }
-  if (step.row->isQuery) {
-    RunQuery(step, page);
-  } else {
+  if (!step.row->isQuery) {
     RunAction(step, sender, page);
+  } else if (page != nullptr && server_->GetClients().IsFull()) {
+    return false;  // many long answers would fill the memory
+  } else {
+    RunQuery(step, page);
   }
-  if (page != nullptr) return;
+  if (page != nullptr) return true;
   const std::string warning = DescribeUnknownKeys(step);
   if (!warning.empty()) console_.Print("! " + warning);
+  return true;
 }
 
 void LiveHost::RunQuery(const Step& step, web::Client* page) {

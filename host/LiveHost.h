@@ -52,9 +52,10 @@ class LiveHost {
   void ArmClock();
 
   void OnConsoleLine(const std::string& line);
-  void OnPageLine(web::Client& page, const std::string& line);
-  /// Parses a line and carries it out. `page` is its sender, null for the console.
-  void RunLine(const std::string& line, web::Client* page);
+  bool OnPageLine(web::Client& page, const std::string& line);
+  /// Parses a line and carries it out. `page` is its sender, null for the console. Returns false if
+  /// it is a page's query and the pages' queues are long.
+  bool RunLine(const std::string& line, web::Client* page);
   void RunQuery(const Step& step, web::Client* page);
   /// `page` is null for the console and for a signal, which has no `sender`.
   void RunAction(const Step& step, std::optional<Sender> sender, web::Client* page);

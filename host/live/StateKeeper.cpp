@@ -25,6 +25,7 @@ bool StateKeeper::Restore(
       refused_.push_back(path);
     } else if (path == file_->GetPath()) {
       saved_ = std::move(state);
+      *saved_ += '\n';
       return true;
     } else {
       onNotice_("the state is that of the backup, " + path);
@@ -39,11 +40,12 @@ void StateKeeper::Save(const std::function<std::string()>& persist) {
   StateHealth health{StateHealth::Kind::kSaved, ""};
   try {
     std::string text = persist();
+    text += '\n';
     file_->Lock();
     SetRefusedAside();
     if (saved_ != text || !file_->IsOurs()) {
       saved_.reset();
-      file_->Save(text + '\n');
+      file_->Save(text);
       saved_ = std::move(text);
     }
   } catch (const std::exception& error) {

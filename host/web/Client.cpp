@@ -81,9 +81,32 @@ void Client::OnRead(const error_code& error) {
   }
   if (isInMessage_) readTimer_.cancel();
   isInMessage_ = false;
-  const std::string line = boost::beast::buffers_to_string(received_.data());
+  line_ = boost::beast::buffers_to_string(received_.data());
   received_.clear();
-  if (Handle([&] { shared_->handlers.onLine(*this, line); })) ReadOn();
+  AskForTurn();
+}
+
+void Client::AskForTurn() {
+  shared_->turns->Ask(stream_.get_executor(), turns_.IsIdle(),
+                      [self = shared_from_this()] { self->OfferLine(); });
+}
+
+void Client::OfferLine() {
+  if (!isOpen_) return;
+  const auto start = Turns::Clock::now();
+  bool isTaken = false;
+  if (!Handle([&] { isTaken = shared_->handlers.onLine(*this, line_); })) return;
+  if (!isTaken) return Pause(&Client::AskForTurn);
+  turns_.SetLast(Turns::Clock::now() - start);
+  line_.clear();
+  ReadOn();
+}
+
+void Client::Pause(void (Client::*next)()) {
+  readTimer_.expires_after(shared_->limits.pauseTime);
+  readTimer_.async_wait([self = shared_from_this(), next](error_code) {
+    if (self->isOpen_) ((*self).*next)();
+  });
 }
 
 void Client::ReadOn() {
@@ -92,11 +115,10 @@ void Client::ReadOn() {
   isHeldBack_ = ownLines_ > 0;
   if (isHeldBack_) return;
   const Limits& limits = shared_->limits;
-  if (backlog_->size <= limits.sentSize) return Read();
-  readTimer_.expires_after(limits.pauseTime);
-  readTimer_.async_wait([self = shared_from_this()](error_code) {
-    if (self->isOpen_) self->ReadOn();
-  });
+  const bool isFull = *shared_->queued > limits.totalSize;
+  const std::size_t most = isFull ? limits.shareSize : limits.sentSize;
+  if (backlog_->size <= most) return Read();
+  Pause(&Client::ReadOn);
 }
 
 void Client::RefuseBinary() {
@@ -107,7 +129,7 @@ void Client::RefuseBinary() {
 }
 
 void Client::Send(const SharedLine& line) {
-  Queue(std::make_shared<const QueuedLine>(line, shared_->cause));
+  Queue(std::make_shared<const QueuedLine>(line, shared_->cause, shared_->queued));
 }
 
 void Client::Queue(const std::shared_ptr<const QueuedLine>& line) noexcept {

@@ -16,6 +16,7 @@
 #include "host/web/Places.h"
 #include "host/web/Problem.h"
 #include "host/web/Request.h"
+#include "host/web/Turns.h"
 
 namespace web {
 
@@ -33,8 +34,10 @@ class Client : public std::enable_shared_from_this<Client> {
   struct Handlers {
     /// The WebSocket is open. What is sent from here arrives before any broadcast that follows.
     std::function<void(Client&)> onClient;
-    /// The client sent a line: UTF-8 that may have line ends in it, and may be empty.
-    std::function<void(Client&, const std::string& line)> onLine;
+    /// The client sent a line: UTF-8 that may have line ends in it, and may be empty. Returns
+    /// whether the line was taken. If not, it comes again after `Limits::pauseTime`, and the client
+    /// is not read meanwhile.
+    std::function<bool(Client&, const std::string& line)> onLine;
   };
 
   /// What the clients of a server share.
@@ -46,6 +49,9 @@ class Client : public std::enable_shared_from_this<Client> {
     std::map<std::string, Places> places;
     /// The client whose handler runs, or null: lines count as caused by it.
     std::shared_ptr<Backlog> cause;
+    const std::shared_ptr<Turns> turns = std::make_shared<Turns>();
+    /// Bytes of the lines in all queues, each line counted once.
+    const std::shared_ptr<std::size_t> queued = std::make_shared<std::size_t>(0);
   };
 
   /// Takes over the socket and the place of the HTTP connection. `path` is the request's, without
@@ -82,8 +88,13 @@ class Client : public std::enable_shared_from_this<Client> {
 
   void Read();
   void OnRead(const boost::system::error_code& error);
-  /// Reads on when the client has been sent what its last message caused, and less than
-  /// `sentSize` is queued for others.
+  /// Passes the line on when it is the client's turn, and reads on if it was taken.
+  void AskForTurn();
+  void OfferLine();
+  /// Calls a function after `pauseTime`.
+  void Pause(void (Client::*next)());
+  /// Reads on when the client has been sent what its last message caused, and less than `sentSize`
+  /// is queued for others, or than `shareSize` while more than `totalSize` is queued in all.
   void ReadOn();
   void RefuseBinary();
   /// Runs a handler. Returns whether the client is open then.
@@ -100,6 +111,8 @@ class Client : public std::enable_shared_from_this<Client> {
   bool isOpen_ = false;
 
   boost::beast::flat_buffer received_;
+  std::string line_;  // that the handler has not taken
+  Turns::History turns_;
   boost::asio::steady_timer readTimer_;  // for the rest of a message, a close, or a pause
   bool isInMessage_ = false;
 

@@ -30,6 +30,8 @@ class Clients {
 
   /// How many there are, with those whose WebSocket is being opened or closed.
   std::size_t GetCount() const;
+  /// Whether more than `Limits::totalSize` is queued for clients.
+  bool IsFull() const { return *shared_->queued > shared_->limits.totalSize; }
 
   /// Whether there is room for one more under that path. Called by `Connection`.
   bool HasRoom(const std::string& path) const {

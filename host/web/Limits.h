@@ -26,6 +26,10 @@ struct Limits {
   /// mark, above which no more is read from that client. It is higher than `queueSize`, so that a
   /// slow client is closed before it can hold back one that sends little.
   std::size_t sentSize = 2048 << 10;
+  /// Queued for all clients together, each line counted once: the high-water mark, above which
+  /// `shareSize` takes the place of `sentSize`.
+  std::size_t totalSize = std::size_t{32} << 20;
+  std::size_t shareSize = 64 << 10;
   std::size_t socketSize = 256 << 10;  // the kernel's buffer of a connection, in each direction
 
   // Times.
@@ -36,7 +40,7 @@ struct Limits {
   std::chrono::milliseconds idleTime{30000};      // of silence; a ping is sent at half of it
   std::chrono::milliseconds messageTime{5000};    // to send the rest of a message
   std::chrono::milliseconds stallTime{2000};      // see `queueSize`
-  std::chrono::milliseconds pauseTime{10};        // until `sentSize` is checked again
+  std::chrono::milliseconds pauseTime{10};        // until a queue or the handler is asked again
   std::chrono::milliseconds reportTime{60000};    // without a problem, until it is reported again
   std::chrono::milliseconds acceptTime{200};  // until the next accept in a shortage of descriptors
 };

@@ -20,16 +20,18 @@ struct Backlog {
   std::shared_ptr<const void> connection, client;  // places; see `State`
 };
 
-/// A line in the queues of clients, counted in the backlog of the client that caused it until the
-/// last of them has sent it.
+/// A line in the queues of clients, counted in the total of all lines, and in the backlog of the
+/// client that caused it, until the last of them has sent it.
 class QueuedLine {
  public:
   /// `cause` is null for a line that no client caused.
-  QueuedLine(SharedLine text, std::shared_ptr<Backlog> cause)
-      : text_(std::move(text)), cause_(std::move(cause)) {
+  QueuedLine(SharedLine text, std::shared_ptr<Backlog> cause, std::shared_ptr<std::size_t> total)
+      : text_(std::move(text)), cause_(std::move(cause)), total_(std::move(total)) {
+    *total_ += GetCost();
     if (cause_) cause_->size += GetCost();
   }
   ~QueuedLine() {
+    *total_ -= GetCost();
     if (cause_) cause_->size -= GetCost();
   }
   QueuedLine(const QueuedLine&) = delete;
@@ -43,6 +45,7 @@ class QueuedLine {
  private:
   const SharedLine text_;
   const std::shared_ptr<Backlog> cause_;
+  const std::shared_ptr<std::size_t> total_;
 };
 
 }  // namespace web

@@ -4,6 +4,8 @@
 
 #include <functional>
 #include <list>
+#include <thread>
+#include <utility>
 
 #include "tests/host/web/WebServer.h"
 
@@ -58,6 +60,7 @@ TEST_F(WebLimits, NeverCloseAClientThatReads) {
   site_.handlers.onLine = [](web::Client& client, const std::string&) {
     for (int i = 0; i < 150; ++i) client.Send(std::string(20'000, 'x'));
     client.Send(std::string(3'000'000, 'y'));
+    return true;
   };
   site_.limits.stallTime = milliseconds(200);
   Start();
@@ -87,7 +90,6 @@ TEST_F(WebLimits, GatherTheLinesThatWaitInFewMessages) {
 TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
   site_.limits.socketSize = 1;  // the least that the kernel grants
   site_.limits.queueSize = 10'000;
-  site_.limits.sentSize = 20'000;
   site_.limits.stallTime = minutes(1);
   std::weak_ptr<web::Client> slow;
   int lines = 0;
@@ -95,21 +97,45 @@ TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
     if (slow.expired()) slow = client.weak_from_this();
   };
   site_.handlers.onLine = [&](web::Client& client, const std::string& line) {
-    if (line == "hello") return client.Send(line);
     ++lines;
-    slow.lock()->Send(std::string(1000, 'x'));
+    line == "hello" ? client.Send(line) : slow.lock()->Send(std::string(1000, 'x'));
+    return true;
+  };
+  // Its own limit, and its share of what all may fill.
+  for (const auto& [own, total] : {std::pair{20'000, 1'000'000}, {1'000'000, 1000}}) {
+    lines = 0;
+    site_.limits.sentSize = own;
+    site_.limits.totalSize = total;
+    site_.limits.shareSize = 20'000;
+    Start();
+    Peer reader(io_), flood(io_), quiet(io_);
+    for (Peer* const peer : {&reader, &flood, &quiet}) Open(*peer, "/ws/one");
+    const Flood flooding(flood);
+    io_.run_for(milliseconds(500));
+    Write(quiet, "hello");
+    EXPECT_EQ(Read(quiet, 1), "hello\n");
+    const int linesBefore = lines;
+    EXPECT_LT(linesBefore, 500);
+    Read(reader, linesBefore);
+    EXPECT_TRUE(RunUntil([&] { return lines > linesBefore + 50; }));
+    server_->Close();
+    io_.run_for(milliseconds(20));
+    io_.restart();
+  }
+}
+
+TEST_F(WebLimits, OfferALineAgainUntilItIsTaken) {
+  std::string offered;
+  site_.handlers.onClient = [](web::Client&) {};
+  site_.handlers.onLine = [&](web::Client&, const std::string& line) {
+    offered += line + ' ';
+    return line != "wait" || offered.size() > 10;
   };
   Start();
-  Peer reader(io_), flood(io_), quiet(io_);
-  for (Peer* const peer : {&reader, &flood, &quiet}) Open(*peer, "/ws/one");
-  const Flood flooding(flood);
-  io_.run_for(milliseconds(500));
-  Write(quiet, "hello");
-  EXPECT_EQ(Read(quiet, 1), "hello\n");
-  const int linesBefore = lines;
-  EXPECT_LT(linesBefore, 500);
-  Read(reader, linesBefore);
-  EXPECT_TRUE(RunUntil([&] { return lines > linesBefore + 50; }));
+  Peer waiting(io_), other(io_);
+  for (Peer* const each : {&waiting, &other}) Open(*each, "/ws/one");
+  for (const char* const line : {"wait", "next"}) Write(waiting, line);
+  EXPECT_TRUE(RunUntil([&] { return offered == "wait wait wait next "; })) << offered;
 }
 
 TEST_F(WebLimits, KeepNoMoreThanOneAnswerForAClientThatFloodsWithPings) {
@@ -134,9 +160,10 @@ TEST_F(WebLimits, AnswerOneClientBesideTheFloodOfAnother) {
   int lines = 0;
   site_.handlers.onClient = [](web::Client&) {};
   site_.handlers.onLine = [&](web::Client& client, const std::string& line) {
-    if (line == "hello") return client.Send(line);
     ++lines;
-    for (int i = 0; i < 10; ++i) server_->GetClients().Broadcast("flood");
+    if (line == "hello") client.Send(line);
+    for (int i = 0; line != "hello" && i < 10; ++i) server_->GetClients().Broadcast("flood");
+    return true;
   };
   Start();
   Peer flood(io_), quiet(io_);
@@ -148,6 +175,30 @@ TEST_F(WebLimits, AnswerOneClientBesideTheFloodOfAnother) {
   while (Read(quiet, 1) == "flood\n") {
   }
   EXPECT_LT(lines - linesBefore, 100);
+}
+
+TEST_F(WebLimits, PassOnTheLineOfAnIdleClientFirst) {
+  int lines = 0;
+  site_.handlers.onClient = [](web::Client&) {};
+  site_.handlers.onLine = [&](web::Client& client, const std::string& line) {
+    ++lines;
+    if (line != "hello") std::this_thread::sleep_for(milliseconds(10));
+    client.Send(line);
+    return true;
+  };
+  Start();
+  std::list<Peer> peers;
+  std::list<Flood> floods;
+  for (int i = 0; i < 9; ++i) Open(peers.emplace_back(io_), "/ws/one");
+  Peer& quiet = peers.back();
+  for (Peer& peer : peers) {
+    if (&peer != &quiet) floods.emplace_back(peer);
+  }
+  io_.run_for(milliseconds(300));
+  const int linesBefore = lines;
+  Write(quiet, "hello");
+  EXPECT_EQ(Read(quiet, 1), "hello\n");
+  EXPECT_LE(lines - linesBefore, 4);
 }
 
 TEST_F(WebLimits, EndAConnectionThatTakesTooLong) {

@@ -47,11 +47,16 @@ class WebServer : public testing::Test {
       server_->GetClients().Broadcast("a client came");
     };
     site_.handlers.onLine = [this](web::Client& client, const std::string& line) {
-      if (line == "close") return client.Close();
-      if (line == "close all") return server_->Close();
       if (line == "throw") throw std::bad_alloc();
-      client.Send("to you: " + line);
-      server_->GetClients().Broadcast("to all: " + line);
+      if (line == "close") {
+        client.Close();
+      } else if (line == "close all") {
+        server_->Close();
+      } else {
+        client.Send("to you: " + line);
+        server_->GetClients().Broadcast("to all: " + line);
+      }
+      return true;
     };
     site_.onProblem = [this](const std::string& problem) { problems_ += problem + '\n'; };
     site_.limits.requestTime = milliseconds(500);

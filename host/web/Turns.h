@@ -1,0 +1,45 @@
+#pragma once
+
+#include <boost/asio/any_io_executor.hpp>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+
+namespace web {
+
+/// The order in which clients' lines are passed on: one in each turn of the event loop, first those
+/// of clients that were idle, then the others, each in the order of their coming. So a client that
+/// sends little waits for one line of a flood at most.
+class Turns : public std::enable_shared_from_this<Turns> {
+ public:
+  using Clock = std::chrono::steady_clock;
+  /// Passes a client's line on.
+  using Turn = std::function<void()>;
+
+  /// The last turn that one client had.
+  class History {
+   public:
+    /// Whether it ended 100 ms ago, and ten times as long ago as it took.
+    bool IsIdle() const;
+    /// To be called at its end.
+    void SetLast(Clock::duration cost);
+
+   private:
+    Clock::time_point end_ = Clock::now();
+    Clock::duration cost_{0};
+  };
+
+  /// Calls `turn` later, from `executor`. What it throws passes out of the run of the executor; the
+  /// other turns follow then.
+  void Ask(const boost::asio::any_io_executor& executor, bool isIdle, Turn turn);
+
+ private:
+  void Schedule(const boost::asio::any_io_executor& executor);
+  void Run(const boost::asio::any_io_executor& executor);
+
+  std::deque<Turn> idle_, busy_;  // of clients that were idle, and of the others
+  bool isScheduled_ = false;
+};
+
+}  // namespace web

@@ -87,8 +87,8 @@ void Client::OnRead(const error_code& error) {
 }
 
 void Client::AskForTurn() {
-  shared_->turns->Ask(stream_.get_executor(), turns_.IsIdle(),
-                      [self = shared_from_this()] { self->OfferLine(); });
+  shared_->turns.Ask(stream_.get_executor(), turns_.IsIdle(),
+                     [self = shared_from_this()] { self->OfferLine(); });
 }
 
 void Client::OfferLine() {

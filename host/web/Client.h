@@ -49,7 +49,7 @@ class Client : public std::enable_shared_from_this<Client> {
     std::map<std::string, Places> places;
     /// The client whose handler runs, or null: lines count as caused by it.
     std::shared_ptr<Backlog> cause;
-    const std::shared_ptr<Turns> turns = std::make_shared<Turns>();
+    Turns turns{};
     /// Bytes of the lines in all queues, each line counted once.
     const std::shared_ptr<std::size_t> queued = std::make_shared<std::size_t>(0);
   };

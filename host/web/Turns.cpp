@@ -22,22 +22,29 @@ void Turns::History::SetLast(Clock::duration cost) {
 }
 
 void Turns::Ask(const boost::asio::any_io_executor& executor, bool isIdle, Turn turn) {
-  (isIdle ? idle_ : busy_).push_back(std::move(turn));
-  Schedule(executor);
+  QueuePtr queue = queue_.lock();
+  const bool isNew = queue == nullptr;
+  if (isNew) queue_ = queue = std::make_shared<Queue>();
+  (isIdle ? queue->idle : queue->busy).push_back(std::move(turn));
+  if (isNew) Schedule(executor, std::move(queue));
 }
 
-void Turns::Schedule(const boost::asio::any_io_executor& executor) {
-  if (isScheduled_ || (idle_.empty() && busy_.empty())) return;
-  boost::asio::post(executor, [self = shared_from_this(), executor] { self->Run(executor); });
-  isScheduled_ = true;
+void Turns::Schedule(const boost::asio::any_io_executor& executor, QueuePtr queue) {
+  boost::asio::post(executor, [executor, queue = std::move(queue)]() mutable {
+    Run(executor, std::move(queue));
+  });
 }
 
-void Turns::Run(const boost::asio::any_io_executor& executor) {
-  isScheduled_ = false;
-  std::deque<Turn>& turns = idle_.empty() ? busy_ : idle_;
+void Turns::Run(const boost::asio::any_io_executor& executor, QueuePtr queue) {
+  std::deque<Turn>& turns = queue->idle.empty() ? queue->busy : queue->idle;
   const Turn turn = std::move(turns.front());
   turns.pop_front();
-  Schedule(executor);  // before the turn, which may throw
+  // Before the turn, which may throw, and may ask for another.
+  if (queue->idle.empty() && queue->busy.empty()) {
+    queue.reset();
+  } else {
+    Schedule(executor, std::move(queue));
+  }
   turn();
 }
 

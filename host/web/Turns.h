@@ -11,7 +11,7 @@ namespace web {
 /// The order in which clients' lines are passed on: one in each turn of the event loop, first those
 /// of clients that were idle, then the others, each in the order of their coming. So a client that
 /// sends little waits for one line of a flood at most.
-class Turns : public std::enable_shared_from_this<Turns> {
+class Turns {
  public:
   using Clock = std::chrono::steady_clock;
   /// Passes a client's line on.
@@ -35,11 +35,16 @@ class Turns : public std::enable_shared_from_this<Turns> {
   void Ask(const boost::asio::any_io_executor& executor, bool isIdle, Turn turn);
 
  private:
-  void Schedule(const boost::asio::any_io_executor& executor);
-  void Run(const boost::asio::any_io_executor& executor);
+  struct Queue {
+    std::deque<Turn> idle, busy;  // of clients that were idle, and of the others
+  };
+  using QueuePtr = std::shared_ptr<Queue>;
 
-  std::deque<Turn> idle_, busy_;  // of clients that were idle, and of the others
-  bool isScheduled_ = false;
+  static void Schedule(const boost::asio::any_io_executor& executor, QueuePtr queue);
+  static void Run(const boost::asio::any_io_executor& executor, QueuePtr queue);
+
+  std::weak_ptr<Queue>
+      queue_;  // while there are turns, `executor` has it, so that they end with it
 };
 
 }  // namespace web

@@ -15,3 +15,5 @@ file(RELATIVE_PATH lib_from_bin "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIB
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
 set(GUEST_SERVICES_PLUGIN_RPATH "$ORIGIN/..")
+# The system's linker finds the libraries of a package.
+set(CMAKE_SKIP_RPATH ${GUEST_SERVICES_DEBIAN})

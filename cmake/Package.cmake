@@ -10,6 +10,8 @@ write_basic_package_version_file("${package_version_file}" COMPATIBILITY SameMaj
 install(EXPORT guest-services
   NAMESPACE guest-services::
   FILE guest-services-targets.cmake
-  DESTINATION "${package_dir}")
+  DESTINATION "${package_dir}"
+  COMPONENT dev)
 install(FILES "${PROJECT_SOURCE_DIR}/cmake/guest-services-config.cmake" "${package_version_file}"
-  DESTINATION "${package_dir}")
+  DESTINATION "${package_dir}"
+  COMPONENT dev)

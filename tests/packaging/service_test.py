@@ -10,7 +10,6 @@ of a state whose service 1 is not requested.
 import errno
 import os
 import re
-import shlex
 import shutil
 import signal
 import socket
@@ -26,19 +25,11 @@ for room in "host", "bridge":
     sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", room))
 from live import Client  # noqa: E402
 from mqtt import Broker, is_shown, wait_for  # noqa: E402
+from units import get_command, read_settings  # noqa: E402
 
 HOST, BRIDGE, UNITS, STATE = sys.argv[1:5]
 PROT_WRITE, PROT_EXEC = 2, 4
 FAMILIES = ("AF_UNIX", "AF_INET", "AF_INET6")
-
-
-def read_settings(path):
-    """A unit's settings, by name: their values, in their order."""
-    found = {}
-    with open(path, encoding="utf-8") as unit:
-        for name, value in re.findall(r"^(\w+)=(.*)$", unit.read(), re.MULTILINE):
-            found.setdefault(name, []).append(value)
-    return found
 
 
 def calls_of(group):
@@ -96,8 +87,7 @@ class Service:
         out, theirs = os.pipe()
         stream = os.fstat(theirs)
         environment = {**environment, "JOURNAL_STREAM": f"{stream.st_dev}:{stream.st_ino}"}
-        command = shlex.split(re.sub(r"\$\{?(\w+)\}?", lambda name: environment[name[1]],
-                                     unit["ExecStart"][0]))
+        command = get_command(unit, environment)
         tree = os.path.dirname(os.path.dirname(program))
         with tempfile.TemporaryFile() as rules:
             write_filter(unit, rules)

@@ -37,12 +37,14 @@ refuses_wrong_arguments() {
   refuses fuzz all 0
   refuses install-packages
   refuses install-packages build '.*'
+  refuses package amd64
   refuses run --replay twice
   refuses simulate ten
   refuses simulate 1 x
   refuses soak 1 0
   refuses test release relase
   refuses tidy scripts/lib.sh
+  refuses test-packages none
   refuses tidy none.cpp
   refuses torture-saves 1.5
 }

@@ -43,6 +43,7 @@ class Probe {
             [this] { isConnected_ = true; },
             [this](const bridge::Message& message) { onMessage_(message); },
             [this](bridge::Purpose, bool) { isSubscribed_ = true; },
+            [](const std::string& reason) { throw std::runtime_error("the probe: " + reason); },
             [](const bridge::BrokerConnection::Failure& failure) {
               throw std::runtime_error("the probe: " + failure.reason);
             }});

@@ -1,5 +1,6 @@
 #include "bridge/BrokerClient.h"
 
+#include <boost/asio/post.hpp>
 #include <utility>
 
 namespace bridge {
@@ -73,12 +74,14 @@ void BrokerClient::Open() {
       io_, std::move(options),
       BrokerConnection::Handlers{[this] { OnConnected(); }, handlers_.onMessage,
                                  handlers_.onSubscribed,
+                                 [this](const std::string& reason) { OnRefused(reason); },
                                  [this](const Failure& failure) { OnFailure(failure); }});
   connection_->Start(endpoints_[endpoint_]);
 }
 
 void BrokerClient::OnConnected() {
   isConnected_ = true;
+  isRefusalLogged_ = false;
   connectedAt_ = Clock::now();
   lastFailure_.clear();
   const Broker& broker = brokers_[current_];
@@ -95,7 +98,14 @@ bool BrokerClient::IsTakenOver(const Failure& failure) {
   return failure.kind == Kind::kTakenOver || shortConnections_ >= kMostShort;
 }
 
+void BrokerClient::OnRefused(const std::string& reason) {
+  if (std::exchange(isRefusalLogged_, true)) return;
+  log_.Warn(brokers_[current_].address.Describe() + ": " + reason);
+}
+
 void BrokerClient::OnFailure(Failure failure) {
+  // It is the caller, and has the socket open as long as it lives.
+  boost::asio::post(io_, [failed = std::move(connection_)] {});
   Broker& broker = brokers_[current_];
   if (failure.kind == Kind::kVersion) {
     broker.isVersion5 = false;
@@ -105,7 +115,8 @@ void BrokerClient::OnFailure(Failure failure) {
     return Open();
   const bool isTakenOver = IsTakenOver(failure);
   if (isTakenOver && failure.kind != Kind::kTakenOver) {
-    failure.reason += "; is there another bridge for this site and room?";
+    failure.reason +=
+        "; is there another bridge for this site and room, or is what it publishes refused?";
   }
   const std::string text = broker.address.Describe() + ": " + failure.reason;
   // Each failure once, not with each attempt.
@@ -115,8 +126,10 @@ void BrokerClient::OnFailure(Failure failure) {
   if (std::exchange(isConnected_, false)) handlers_.onLost();
   // A full round of brokers counts as one attempt.
   const bool isRound = current_ == 0 || isTakenOver;
-  const bool isLasting = isTakenOver || failure.kind == Kind::kRefused;
-  retry_.expires_after(isRound ? backoff_.Next(isLasting) : Backoff::Duration(0));
+  isRoundLasting_ = isRoundLasting_ && failure.kind == Kind::kRefused;
+  retry_.expires_after(isRound ? backoff_.Next(isTakenOver || isRoundLasting_)
+                               : Backoff::Duration(0));
+  isRoundLasting_ = isRoundLasting_ || isRound;
   retry_.async_wait([this](error_code error) {
     if (!error) Connect();
   });

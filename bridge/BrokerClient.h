@@ -68,6 +68,8 @@ class BrokerClient {
   /// Opens a connection to the endpoint that is next.
   void Open();
   void OnConnected();
+  /// A publication was refused.
+  void OnRefused(const std::string& reason);
   void OnFailure(Failure failure);
   /// A connection that ends soon after it was accepted, again and again, was taken over: brokers do
   /// not always say so.
@@ -87,6 +89,8 @@ class BrokerClient {
   std::shared_ptr<BrokerConnection> connection_;
   bool isConnected_ = false;
   bool isStopped_ = false;
+  bool isRefusalLogged_ = false;  // of a publication, in this connection
+  bool isRoundLasting_ = true;    // whether all brokers of this round failed for a lasting reason
   std::chrono::steady_clock::time_point connectedAt_;
   int shortConnections_ = 0;  // in a row
   std::string lastFailure_;   // as it was logged

@@ -172,8 +172,7 @@ void BrokerConnection::Send(const Publish& publish) {
       client_.get(), &id, publish.topic.c_str(), static_cast<int>(publish.payload.size()),
       publish.payload.data(), kQos, publish.isRetained, properties.Get());
   if (result == MOSQ_ERR_OVERSIZE_PACKET || result == MOSQ_ERR_PAYLOAD_SIZE) {
-    ++refused_;
-    return;
+    return handlers_.onRefused("the message to " + publish.topic + " is too long for it");
   }
   const std::size_t size = publish.payload.size() + kPublicationSize;
   publications_[id] = size;
@@ -187,10 +186,11 @@ void BrokerConnection::Send(const Publish& publish) {
 void BrokerConnection::Send(const Subscribe& subscribe) {
   if (isEnded_) return;
   // Live messages that are retained keep their mark, so that they can be told and refused.
-  const int options = subscribe.purpose == Purpose::kLook
-                          ? MQTT_SUB_OPT_SEND_RETAIN_ALWAYS
-                          : MQTT_SUB_OPT_SEND_RETAIN_NEVER | MQTT_SUB_OPT_NO_LOCAL |
-                                MQTT_SUB_OPT_RETAIN_AS_PUBLISHED;
+  const bool isForRetained =
+      subscribe.purpose == Purpose::kLook || subscribe.purpose == Purpose::kDiscovery;
+  const int options = isForRetained ? MQTT_SUB_OPT_SEND_RETAIN_ALWAYS
+                                    : MQTT_SUB_OPT_SEND_RETAIN_NEVER | MQTT_SUB_OPT_NO_LOCAL |
+                                          MQTT_SUB_OPT_RETAIN_AS_PUBLISHED;
   const std::vector<char*> filters = ToPointers(subscribe.filters);
   int id = 0;
   const int result = mosquitto_subscribe_multiple(client_.get(), &id,
@@ -275,7 +275,10 @@ void BrokerConnection::OnPublish(mosquitto* /*client*/, void* self, int id, int 
     me.outstanding_ -= publication->second;
     me.publications_.erase(publication);
   }
-  if (code >= kRefusal) ++me.refused_;
+  if (code < kRefusal) return;
+  me.events_.emplace_back([&me, reason = ToReason(mosquitto_reason_string(code))] {
+    me.handlers_.onRefused("it refuses a message: " + reason);
+  });
 }
 
 void BrokerConnection::AfterCall(int result) {

@@ -44,12 +44,13 @@ class BrokerConnection : public std::enable_shared_from_this<BrokerConnection> {
     std::string reason;
   };
 
-  /// Called from the event loop; `onFailure` also from inside a `Send`. Nothing is called after
-  /// `onFailure` or `Close`.
+  /// Called from the event loop; `onRefused` and `onFailure` also from inside a `Send`. Nothing is
+  /// called after `onFailure` or `Close`.
   struct Handlers {
     std::function<void()> onConnected;
     std::function<void(const Message&)> onMessage;
     std::function<void(Purpose, bool isGranted)> onSubscribed;
+    std::function<void(const std::string& reason)> onRefused;  // a publication
     std::function<void(const Failure&)> onFailure;
   };
 
@@ -65,8 +66,6 @@ class BrokerConnection : public std::enable_shared_from_this<BrokerConnection> {
   void Send(const Unsubscribe& unsubscribe);
   /// Bytes of publications that the broker has not acknowledged.
   std::size_t GetOutstanding() const { return outstanding_; }
-  /// Publications that were too long for the broker, since the connection began.
-  std::size_t GetRefusedPublications() const { return refused_; }
 
   /// Disconnects and ends. The broker does not publish the will.
   void Close();
@@ -115,7 +114,6 @@ class BrokerConnection : public std::enable_shared_from_this<BrokerConnection> {
   std::unordered_map<int, Purpose> subscriptions_;
   std::unordered_map<int, std::size_t> publications_;  // sizes, until they are acknowledged
   std::size_t outstanding_ = 0;
-  std::size_t refused_ = 0;
 };
 
 }  // namespace bridge

@@ -17,9 +17,10 @@ struct Message {
 
 /// What a subscription is for. The broker grants or refuses each by itself.
 enum class Purpose {
-  kLook,      // what is retained under the room's topics, which is sent at once
-  kCommands,  // commands, from now on: nothing retained, and not the bridge's own messages
-  kBirth      // Home Assistant's birth message, likewise
+  kLook,       // what is retained under the room's topics, which is sent at once
+  kDiscovery,  // likewise, Home Assistant's document of the room
+  kCommands,   // commands, from now on: nothing retained, and not the bridge's own messages
+  kBirth       // Home Assistant's birth message, likewise
 };
 
 /// To publish a message, with QoS 1.

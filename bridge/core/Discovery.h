@@ -20,6 +20,8 @@ class Generations {
   void Read(const std::string& text, Seconds now);
   /// Takes the ids of the list, at `now`. A generation stays as long as its service does.
   void Update(const Services& services, Seconds now);
+  /// The service was removed, whether or not another one has its id by now.
+  void Remove(std::uint32_t id) { present_.erase(id); }
   /// 0 for the first service of that id.
   Seconds Get(std::uint32_t id) const;
   std::string Describe() const;

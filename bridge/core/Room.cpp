@@ -14,9 +14,9 @@ using std::chrono::seconds;
 
 constexpr const char* kOnline = "online";
 constexpr const char* kOffline = "offline";
-constexpr std::size_t kMostRetained = 10'000;  // topics that are looked at
-constexpr seconds kLookTime(20);
-constexpr seconds kMarkerTime(5);
+constexpr std::size_t kMostRetained = std::size_t{1} << 20;  // bytes of topics that are looked at
+constexpr double kMarks = 1e15;
+constexpr seconds kMarkTime(5);  // after which the mark is sent again
 constexpr seconds kSubscribeTime(15);
 constexpr seconds kRetryTime(2);          // after a refused subscription
 constexpr seconds kDiscoveryTime(1);      // in which edits are gathered
@@ -55,6 +55,9 @@ Actions Room::TakeLine(std::string_view line, Time now) {
       if (phase_ == Phase::kConnected) StartLooking(now, actions);
       if (phase_ == Phase::kLive) PublishAll(actions);
       break;
+    case Change::Kind::kRemovedUnseen:
+      generations_.Remove(change.id);
+      break;
     case Change::Kind::kHealth:
       if (phase_ == Phase::kLive && list_.IsKnown()) PublishSummary(actions);
       break;
@@ -81,8 +84,7 @@ Actions Room::ConnectBroker(Time now) {
   Actions actions;
   phase_ = Phase::kConnected;
   next_.reset();
-  retained_.clear();
-  isRefusalTold_ = false;
+  warnings_.clear();
   PublishStatus(false, actions);
   if (list_.IsKnown()) StartLooking(now, actions);
   return actions;
@@ -96,20 +98,20 @@ void Room::LoseBroker() {
 Actions Room::End() {
   Actions actions;
   PublishStatus(false, actions);
-  return Filter(std::move(actions));
+  actions = Filter(std::move(actions));
+  // An answer of the broker that comes now begins nothing.
+  LoseBroker();
+  return actions;
 }
 
 Actions Room::TakeSubscribed(Purpose purpose, bool isGranted, Time now) {
   Actions actions;
-  if (!isGranted && !std::exchange(isRefusalTold_, true)) {
-    actions.push_back(LogRecord{LogRecord::Level::kWarning,
-                                "the broker refuses a subscription; check the user's rights"});
-  }
+  // Without discovery the document is looked at only to be removed.
+  if (purpose == Purpose::kDiscovery && !options_.hasDiscovery) return actions;
+  if (!isGranted) Warn("the broker refuses a subscription; check the user's rights", actions);
   if (purpose == Purpose::kLook && phase_ == Phase::kLooking) {
     if (isGranted) {
-      // The broker sends what is retained before it sends this back.
-      actions.push_back(Publish{topics_.GetSync(), "look", false, ""});
-      next_ = lookEnd_ = now + kMarkerTime;
+      SendMark(now, actions);
     } else {
       next_ = now + kRetryTime;
     }
@@ -129,8 +131,11 @@ Actions Room::TakeMessage(const Message& message, Time now) {
   Actions actions;
   const bool isSync = message.topic == topics_.GetSync();
   if (phase_ == Phase::kLooking) {
-    if (isSync) EndLooking(now, actions);
-    if (message.isRetained && !message.payload.empty()) TakeRetained(message);
+    if (isSync && !message.isRetained && !mark_.empty() && message.payload == mark_) {
+      EndLooking(now, actions);
+    } else if (message.isRetained && !message.payload.empty()) {
+      TakeRetained(message, actions);
+    }
     return actions;
   }
   if (phase_ != Phase::kLive || isSync) return actions;
@@ -158,15 +163,12 @@ Actions Room::Tick(Time now) {
   Actions actions;
   if (!next_ || now < *next_) return actions;
   next_.reset();
-  if (phase_ == Phase::kLooking && now >= lookEnd_) {
-    actions.push_back(
-        LogRecord{LogRecord::Level::kWarning,
-                  "the broker does not show what is retained; what is out of date there "
-                  "stays"});
-    EndLooking(now, actions);
+  if (phase_ == Phase::kLooking && mark_.empty()) {
+    SubscribeToLook(now, actions);
   } else if (phase_ == Phase::kLooking) {
-    SubscribeFor(Purpose::kLook, actions);
-    next_ = lookEnd_;
+    // A broker drops it, too, while more is retained than it lets wait for a client.
+    Warn("the broker does not send the room's mark back; check the user's rights", actions);
+    SendMark(now, actions);
   } else if (phase_ == Phase::kSubscribing) {
     SubscribeFor(Purpose::kCommands, actions);
     next_ = now + kSubscribeTime;
@@ -178,15 +180,33 @@ Actions Room::Tick(Time now) {
 
 void Room::StartLooking(Time now, Actions& actions) {
   phase_ = Phase::kLooking;
-  next_ = lookEnd_ = now + kLookTime;
+  mark_.clear();
+  retained_.clear();
+  retainedSize_ = 0;
+  SubscribeToLook(now, actions);
+}
+
+void Room::SubscribeToLook(Time now, Actions& actions) {
+  SubscribeFor(Purpose::kDiscovery, actions);
   SubscribeFor(Purpose::kLook, actions);
+  next_ = now + kSubscribeTime;
+}
+
+// The broker sends what is retained before it sends this back. A message that another client sends
+// there, or that is retained there, is not the mark.
+void Room::SendMark(Time now, Actions& actions) {
+  if (mark_.empty()) mark_ = std::to_string(static_cast<std::uint64_t>(random_() * kMarks));
+  actions.push_back(Publish{topics_.GetSync(), mark_, false, ""});
+  next_ = now + kMarkTime;
 }
 
 void Room::EndLooking(Time now, Actions& actions) {
   phase_ = Phase::kSubscribing;
   next_ = now + kSubscribeTime;
   hasLooked_ = true;
-  actions.push_back(Unsubscribe{GetFilters(Purpose::kLook)});
+  std::vector<std::string> filters = GetFilters(Purpose::kLook);
+  filters.push_back(discovery_.GetTopic());
+  actions.push_back(Unsubscribe{std::move(filters)});
   SubscribeFor(Purpose::kCommands, actions);
   if (options_.hasDiscovery) SubscribeFor(Purpose::kBirth, actions);
 }
@@ -194,7 +214,10 @@ void Room::EndLooking(Time now, Actions& actions) {
 std::vector<std::string> Room::GetFilters(Purpose purpose) const {
   switch (purpose) {
     case Purpose::kLook:
-      return {topics_.GetRoot() + "#", discovery_.GetTopic()};
+      // The generations first: a broker that does not let all that is retained wait drops the last.
+      return {topics_.GetGenerations(), topics_.GetRoot() + "#"};
+    case Purpose::kDiscovery:
+      return {discovery_.GetTopic()};
     case Purpose::kCommands:
       return {topics_.GetRoot() + "service/+/set", topics_.GetCommand()};
     default:
@@ -206,13 +229,21 @@ void Room::SubscribeFor(Purpose purpose, Actions& actions) const {
   actions.push_back(Subscribe{purpose, GetFilters(purpose)});
 }
 
-void Room::TakeRetained(const Message& message) {
-  if (retained_.size() < kMostRetained) retained_.insert(message.topic);
+void Room::TakeRetained(const Message& message, Actions& actions) {
+  if (retainedSize_ + message.topic.size() > kMostRetained) {
+    return Warn("more is retained than 1 MiB of topics; the next connection removes more", actions);
+  }
+  if (retained_.insert(message.topic).second) retainedSize_ += message.topic.size();
   if (message.topic == discovery_.GetTopic()) discovery_.Read(message.payload);
   // Later this run knows better.
   if (message.topic == topics_.GetGenerations() && !hasLooked_) {
     generations_.Read(message.payload, list_.GetTime());
   }
+}
+
+void Room::Warn(std::string_view text, Actions& actions) {
+  if (!warnings_.insert(text).second) return;
+  actions.push_back(LogRecord{LogRecord::Level::kWarning, std::string(text)});
 }
 
 void Room::Refuse(const Message& message, std::string_view reason, Time now, Actions& actions) {

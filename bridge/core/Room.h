@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -58,16 +59,20 @@ class Room {
   enum class Phase {
     kAway,         // no connection to the broker
     kConnected,    // waiting for the host's list
-    kLooking,      // reading what is retained
+    kLooking,      // reading what is retained, until the mark that ends it
     kSubscribing,  // to commands
     kLive
   };
 
   void StartLooking(Time now, Actions& actions);
+  void SubscribeToLook(Time now, Actions& actions);
+  void SendMark(Time now, Actions& actions);
   void EndLooking(Time now, Actions& actions);
-  void TakeRetained(const Message& message);
+  void TakeRetained(const Message& message, Actions& actions);
   std::vector<std::string> GetFilters(Purpose purpose) const;
   void SubscribeFor(Purpose purpose, Actions& actions) const;
+  /// Logs the text, once in a connection to the broker.
+  void Warn(std::string_view text, Actions& actions);
   /// Logs the reason, once in a while, and answers with it.
   void Refuse(const Message& message, std::string_view reason, Time now, Actions& actions);
 
@@ -91,11 +96,12 @@ class Room {
   CommandQueue commands_;
 
   Phase phase_ = Phase::kAway;
-  bool hasLooked_ = false;    // at a broker, once
-  std::optional<Time> next_;  // for what `Tick` does in this phase
-  Time lookEnd_;              // when looking ends, also without the marker
-  bool isRefusalTold_ = false;
+  bool hasLooked_ = false;                 // at a broker, once
+  std::optional<Time> next_;               // for what `Tick` does in this phase
+  std::string mark_;                       // that ends the look; "" before it was sent
   std::set<std::string> retained_;         // topics, as far as it is known
+  std::size_t retainedSize_ = 0;           // bytes of the topics that were looked at
+  std::set<std::string_view> warnings_;    // that were logged in this connection to the broker
   std::string summary_, generationsText_;  // as published
   std::map<std::string_view, Time> told_;  // refusals, each told once in a while
 };

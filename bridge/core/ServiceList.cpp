@@ -68,7 +68,11 @@ std::string ReadHealth(std::string_view text) {
 
 }  // namespace
 
-void ServiceList::Reset() { *this = ServiceList(); }
+void ServiceList::Reset() {
+  const Seconds lostAt = time_ > 0 ? time_ : lostAt_;
+  *this = ServiceList();
+  lostAt_ = lostAt;
+}
 
 Change ServiceList::Take(std::string_view line) {
   const std::string_view word = TakeWord(line);
@@ -130,8 +134,13 @@ Change ServiceList::TakePush(std::string_view xml) {
   const bool isOpen = change.kind == Kind::kRequested;
   if (isOpen || change.kind == Kind::kCanceled) change.text = std::exchange(from_, "");
   if (!isOpen && change.kind != Kind::kService) requests_.erase(change.id);
-  // What is said of the past, or before a list, is in the list that comes.
-  if (isReplaying_ || !isKnown_) return {};
+  if (isReplaying_ || !isKnown_) {
+    // What is said of the past, or before a list, is in the list that comes, but not that an entry
+    // of it has the id of one that was removed.
+    const bool isNew = lostAt_ > 0 && time_ >= lostAt_;
+    return change.kind == Kind::kRemoved && isNew ? Change{Kind::kRemovedUnseen, change.id}
+                                                  : Change();
+  }
 
   if (change.kind == Kind::kRemoved) {
     const bool isGone = services_.erase(change.id) > 0;

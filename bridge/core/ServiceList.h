@@ -27,12 +27,13 @@ struct Service {
 struct Change {
   enum class Kind {
     kNone,
-    kUnknown,    // there may be another list: ask for it
-    kNoList,     // the host has none
-    kList,       // the list is here
-    kService,    // a service was added or edited
-    kRemoved,    // an entry was removed
-    kRequested,  // a request began, was cancelled, lapsed
+    kUnknown,        // there may be another list: ask for it
+    kNoList,         // the host has none
+    kList,           // the list is here
+    kService,        // a service was added or edited
+    kRemoved,        // an entry was removed
+    kRemovedUnseen,  // likewise, before the list that comes, while there was no connection
+    kRequested,      // a request began, was cancelled, lapsed
     kCanceled,
     kLapsed,
     kHealth,   // the host's state of health
@@ -82,6 +83,7 @@ class ServiceList {
   std::string from_;       // the role that sent the step that comes
   std::string health_ = "none";
   Seconds time_ = 0;
+  Seconds lostAt_ = 0;  // when the connection before was lost; 0 if there was none
   std::map<std::uint32_t, Service> services_;
   std::map<std::uint32_t, Request> requests_;
 };

@@ -4,7 +4,7 @@
 //   host connects | lost
 //   line TEXT                 a line of the host
 //   broker connects | lost
-//   granted look | commands | birth, refused ...   answers to subscriptions
+//   granted look | discovery | commands | birth, refused ...   answers to subscriptions
 //   message TOPIC PAYLOAD [retained=yes] [response=TOPIC] [correlation=TEXT]
 //   wait DURATION
 //   end                       the bridge ends
@@ -43,7 +43,7 @@ struct Printer {
     if (!publish.correlation.empty()) out << " correlation=" << publish.correlation;
   }
   void operator()(const Subscribe& subscribe) const {
-    static constexpr const char* kPurposes[] = {"look", "commands", "birth"};
+    static constexpr const char* kPurposes[] = {"look", "discovery", "commands", "birth"};
     out << "subscribe " << kPurposes[static_cast<int>(subscribe.purpose)];
     for (const std::string& filter : subscribe.filters) out << ' ' << filter;
   }
@@ -132,8 +132,10 @@ class Player {
   }
 
   static Purpose ReadPurpose(const std::string& name) {
-    static const std::map<std::string, Purpose> kPurposes = {
-        {"look", Purpose::kLook}, {"commands", Purpose::kCommands}, {"birth", Purpose::kBirth}};
+    static const std::map<std::string, Purpose> kPurposes = {{"look", Purpose::kLook},
+                                                             {"discovery", Purpose::kDiscovery},
+                                                             {"commands", Purpose::kCommands},
+                                                             {"birth", Purpose::kBirth}};
     return kPurposes.at(name);
   }
 

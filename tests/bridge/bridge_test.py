@@ -206,13 +206,26 @@ class Faults(BridgeTest):
             wait_for(lambda: ROOT + "unknown" not in client.retained, "the topic is removed")
         self.suffer(fault)
 
-    def test_leftovers_of_100_kilobytes(self):
+    def test_leftovers(self):
+        """Large ones, many, and a mark that is not the bridge's."""
         broker = self.broker = self.start_broker()
         client = self.connect_client(broker)
         for topic in ("status", "command", "service/1", "service/77/set", "generations"):
             client.send(topic, "x" * 100_000, retain=True)
+        client.send("sync", "look", retain=True)
+        for number in range(1000):
+            client.send(f"old/{number}", "x", retain=True)
+        wait_for(lambda: ROOT + "old/999" in client.retained, "the broker has all")
         self.start_host()
         self.start_bridge(f"mqtt://127.0.0.1:{broker.port}")
+        self.page = self.connect_page()
+        self.wait_until_shown()
+
+    def test_broker_of_short_messages(self):
+        self.broker = self.start_broker("allow_anonymous true", "max_packet_size 300")
+        self.start_host()
+        bridge = self.start_bridge(f"mqtt://127.0.0.1:{self.broker.port}")
+        bridge.wait_for_log("the message to homeassistant/device/gs_hotel/101/config is too long")
         self.page = self.connect_page()
         self.wait_until_shown()
 

@@ -236,7 +236,7 @@ bool LiveHost::RunLine(const std::string& line, web::Client* page) {
   }
   if (!step.row->isQuery) {
     RunAction(step, sender, page);
-  } else if (page != nullptr && server_->GetClients().IsFull()) {
+  } else if (page != nullptr && page->IsPathFull()) {
     return false;  // many long answers would fill the memory
   } else {
     RunQuery(step, page);

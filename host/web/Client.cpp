@@ -28,9 +28,12 @@ Client::Client(Socket socket, std::string path, std::shared_ptr<Shared> shared,
       backlog_(std::make_shared<Backlog>()),
       stream_(std::move(socket)),
       readTimer_(stream_.get_executor()),
+      pauseTimer_(stream_.get_executor()),
       writeTimer_(stream_.get_executor()) {
   backlog_->connection = std::move(place);
-  backlog_->client = shared_->places[path_].Take();
+  const Path& ofPath = shared_->paths[path_];
+  backlog_->pathSize = ofPath.size;
+  backlog_->client = ofPath.places.Take();
   const Limits& limits = shared_->limits;
   stream_.set_option(websocket::stream_base::timeout{limits.handshakeTime, limits.idleTime, true});
   stream_.set_option(websocket::stream_base::decorator([](websocket::response_type& response) {
@@ -48,7 +51,9 @@ void Client::Start(Request request) {
   stream_.async_accept(*kept, [self = shared_from_this(), kept](error_code error) {
     if (error) return;
     self->isOpen_ = true;
-    if (self->Handle([&] { self->shared_->handlers.onClient(*self); })) self->ReadOn();
+    if (!self->Handle([&] { self->shared_->handlers.onClient(*self); })) return;
+    self->ReadOn();
+    self->GoOn();
   });
 }
 
@@ -72,7 +77,7 @@ void Client::Read() {
 }
 
 void Client::OnRead(const error_code& error) {
-  if (error) return Close();
+  if (error) return EndAfterLines();
   if (!stream_.got_text()) return RefuseBinary();
   if (!stream_.is_message_done()) {
     if (!isInMessage_) SetDeadline(shared_->limits.messageTime);
@@ -81,9 +86,18 @@ void Client::OnRead(const error_code& error) {
   }
   if (isInMessage_) readTimer_.cancel();
   isInMessage_ = false;
-  line_ = boost::beast::buffers_to_string(received_.data());
+  lines_.push_back(boost::beast::buffers_to_string(received_.data()));
+  linesSize_ += lines_.back().size() + kLineOverhead;
   received_.clear();
-  AskForTurn();
+  isReading_ = false;
+  ReadOn();
+  if (!std::exchange(isBusy_, true)) AskForTurn();
+}
+
+void Client::ReadOn() {
+  if (isReading_ || hasEnded_ || linesSize_ > shared_->limits.messageSize) return;
+  isReading_ = true;
+  Read();
 }
 
 void Client::AskForTurn() {
@@ -95,58 +109,62 @@ void Client::OfferLine() {
   if (!isOpen_) return;
   const auto start = Turns::Clock::now();
   bool isTaken = false;
-  if (!Handle([&] { isTaken = shared_->handlers.onLine(*this, line_); })) return;
-  if (!isTaken) return Pause(&Client::AskForTurn);
+  if (!Handle([&] { isTaken = shared_->handlers.onLine(*this, lines_.front()); })) return;
   turns_.SetLast(Turns::Clock::now() - start);
-  line_.clear();
+  if (!isTaken && !hasEnded_) return Pause(&Client::AskForTurn);
+  linesSize_ -= lines_.front().size() + kLineOverhead;
+  lines_.pop_front();
+  if (hasEnded_ && lines_.empty()) return Close();
   ReadOn();
+  GoOn();
 }
 
 void Client::Pause(void (Client::*next)()) {
-  readTimer_.expires_after(shared_->limits.pauseTime);
-  readTimer_.async_wait([self = shared_from_this(), next](error_code) {
+  pauseTimer_.expires_after(shared_->limits.pauseTime);
+  pauseTimer_.async_wait([self = shared_from_this(), next](error_code) {
     if (self->isOpen_) ((*self).*next)();
   });
 }
 
-void Client::ReadOn() {
+void Client::GoOn() {
   // Otherwise a client that sends one message after the other would fill all queues, and others
   // would wait for their answers.
-  isHeldBack_ = ownLines_ > 0;
+  isHeldBack_ = ownLines_ > 0 && !hasEnded_;
   if (isHeldBack_) return;
   const Limits& limits = shared_->limits;
-  const bool isFull = *shared_->queued > limits.totalSize;
-  const std::size_t most = isFull ? limits.shareSize : limits.sentSize;
-  if (backlog_->size <= most) return Read();
-  Pause(&Client::ReadOn);
+  if (backlog_->size > (IsPathFull() ? limits.shareSize : limits.sentSize)) {
+    return Pause(&Client::GoOn);
+  }
+  isBusy_ = !lines_.empty();
+  if (isBusy_) AskForTurn();
 }
 
 void Client::RefuseBinary() {
-  EndQueue();
+  isOpen_ = false;
+  DropQueue();
   SetDeadline(shared_->limits.handshakeTime);
   stream_.async_close({websocket::close_code::unknown_data, "text only"},
                       [self = shared_from_this()](error_code) { self->Close(); });
 }
 
 void Client::Send(const SharedLine& line) {
-  Queue(std::make_shared<const QueuedLine>(line, shared_->cause, shared_->queued));
+  Queue(std::make_shared<const QueuedLine>(line, shared_->cause));
 }
 
 void Client::Queue(const std::shared_ptr<const QueuedLine>& line) noexcept {
-  if (!isOpen_) return;
+  if (!isOpen_ || hasEnded_) return;
   try {
     queue_.push_back(line);
     queueSize_ += line->GetCost();
     if (line->IsCausedBy(backlog_)) ++ownLines_;
     if (queue_.size() == 1) Write();
-    if (queueSize_ > shared_->limits.queueSize && !isWatched_) WatchQueue();
+    if (queueSize_ > GetQueueLimit() && !isWatched_) WatchQueue();
   } catch (const std::exception&) {  // memory has run out
     Close();
   }
 }
 
-void Client::EndQueue() {
-  isOpen_ = false;
+void Client::DropQueue() {
   const std::size_t kept = std::max<std::size_t>(ending_, 1);
   if (queue_.size() > kept) queue_.resize(kept);
 }
@@ -180,10 +198,17 @@ void Client::OnWritten(const error_code& error, std::size_t size) {
     queue_.pop_front();
     written_ = 0;
   }
-  if (error) return Close();
+  if (error) {
+    queue_.clear();
+    return EndAfterLines();
+  }
   if (!isOpen_) return;
   if (!queue_.empty()) Write();
-  if (isHeldBack_) ReadOn();
+  if (isHeldBack_) GoOn();
+}
+
+std::size_t Client::GetQueueLimit() const {
+  return IsPathFull() ? shared_->limits.shareSize : shared_->limits.queueSize;
 }
 
 void Client::WatchQueue() {
@@ -194,7 +219,7 @@ void Client::WatchQueue() {
     const auto self = weak.lock();
     if (error || !self) return;
     self->isWatched_ = false;
-    if (self->queueSize_ <= self->shared_->limits.queueSize) return;
+    if (self->queueSize_ <= self->GetQueueLimit()) return;
     if (self->taken_ < least) return self->Close();
     self->WatchQueue();
   });
@@ -210,11 +235,22 @@ void Client::SetDeadline(std::chrono::milliseconds time) {
   });
 }
 
+void Client::EndAfterLines() {
+  if (!isOpen_ || lines_.empty()) return Close();
+  hasEnded_ = true;
+  DropQueue();
+  error_code ignored;
+  stream_.next_layer().close(ignored);
+  if (isHeldBack_) GoOn();
+}
+
 void Client::Close() {
-  EndQueue();
+  isOpen_ = false;
+  DropQueue();
   error_code ignored;
   stream_.next_layer().close(ignored);
   readTimer_.cancel(ignored);
+  pauseTimer_.cancel(ignored);
   writeTimer_.cancel(ignored);
 }
 

@@ -35,9 +35,17 @@ class Client : public std::enable_shared_from_this<Client> {
     /// The WebSocket is open. What is sent from here arrives before any broadcast that follows.
     std::function<void(Client&)> onClient;
     /// The client sent a line: UTF-8 that may have line ends in it, and may be empty. Returns
-    /// whether the line was taken. If not, it comes again after `Limits::pauseTime`, and the client
-    /// is not read meanwhile.
+    /// whether the line was taken. If not, it comes again after `Limits::pauseTime`, and the next
+    /// one waits meanwhile. A line comes also when its client has closed the WebSocket behind it.
     std::function<bool(Client&, const std::string& line)> onLine;
+  };
+
+  /// What the clients of one path share.
+  struct Path {
+    /// A client keeps its place until its backlog is empty.
+    Places places;
+    /// The backlogs of its clients together, bytes.
+    std::shared_ptr<std::size_t> size = std::make_shared<std::size_t>(0);
   };
 
   /// What the clients of a server share.
@@ -45,13 +53,10 @@ class Client : public std::enable_shared_from_this<Client> {
     const Handlers handlers;
     const Limits limits;
     const std::shared_ptr<Problems> problems;
-    /// By path. A client keeps its place until its backlog is empty.
-    std::map<std::string, Places> places;
+    std::map<std::string, Path> paths;
     /// The client whose handler runs, or null: lines count as caused by it.
     std::shared_ptr<Backlog> cause;
     Turns turns{};
-    /// Bytes of the lines in all queues, each line counted once.
-    const std::shared_ptr<std::size_t> queued = std::make_shared<std::size_t>(0);
   };
 
   /// Takes over the socket and the place of the HTTP connection. `path` is the request's, without
@@ -63,6 +68,8 @@ class Client : public std::enable_shared_from_this<Client> {
 
   /// The path that the WebSocket was opened under.
   const std::string& GetPath() const { return path_; }
+  /// Whether the backlogs of the clients of its path are more than `Limits::pathSize` together.
+  bool IsPathFull() const { return *backlog_->pathSize > shared_->limits.pathSize; }
 
   /// Queues a line, which has no line end; does nothing when the client is closed or not open yet.
   /// A slow client, with more than `Limits::queueSize` queued, is closed after `Limits::stallTime`
@@ -79,24 +86,31 @@ class Client : public std::enable_shared_from_this<Client> {
 
   /// Closes the client when memory runs out.
   void Queue(const std::shared_ptr<const QueuedLine>& line) noexcept;
-  /// Drops the lines that are not being written; no more are queued.
-  void EndQueue();
+  /// Drops the lines that are not being written.
+  void DropQueue();
   void Write();
   void OnWritten(const boost::system::error_code& error, std::size_t size);
+  /// How much may be queued for a client that takes nothing.
+  std::size_t GetQueueLimit() const;
   /// Closes the client at the end of each `stallTime` in which it took too little.
   void WatchQueue();
 
   void Read();
   void OnRead(const boost::system::error_code& error);
-  /// Passes the line on when it is the client's turn, and reads on if it was taken.
+  /// Reads unless more than `messageSize` waits: pings, pongs and a close are heard while lines
+  /// wait.
+  void ReadOn();
+  /// Passes the first of its lines on when it is the client's turn.
   void AskForTurn();
   void OfferLine();
   /// Calls a function after `pauseTime`.
   void Pause(void (Client::*next)());
-  /// Reads on when the client has been sent what its last message caused, and less than `sentSize`
-  /// is queued for others, or than `shareSize` while more than `totalSize` is queued in all.
-  void ReadOn();
+  /// Passes the next line on when the client has been sent what its last one caused, and at most
+  /// `sentSize` is queued for others, or `shareSize` while its path is full.
+  void GoOn();
   void RefuseBinary();
+  /// Closes the connection, and the client when its lines are passed on.
+  void EndAfterLines();
   /// Runs a handler. Returns whether the client is open then.
   template <class Handler>
   bool Handle(const Handler& handler);
@@ -111,15 +125,21 @@ class Client : public std::enable_shared_from_this<Client> {
   bool isOpen_ = false;
 
   boost::beast::flat_buffer received_;
-  std::string line_;  // that the handler has not taken
-  Turns::History turns_;
-  boost::asio::steady_timer readTimer_;  // for the rest of a message, a close, or a pause
+  boost::asio::steady_timer readTimer_;  // for the rest of a message, or a close
   bool isInMessage_ = false;
+  bool isReading_ = false;
+
+  std::deque<std::string> lines_;  // that the handler has not taken
+  std::size_t linesSize_ = 0;      // bytes, with `kLineOverhead` for each
+  bool isBusy_ = true;             // until `GoOn` has found that the next line may pass
+  bool hasEnded_ = false;          // see `EndAfterLines`
+  Turns::History turns_;
+  boost::asio::steady_timer pauseTimer_;
 
   std::deque<std::shared_ptr<const QueuedLine>> queue_;  // the first ones are being written
   std::size_t queueSize_ = 0;                            // bytes
   std::size_t ownLines_ = 0;                             // in the queue, caused by this client
-  bool isHeldBack_ = false;                              // reads on when there are no such lines
+  bool isHeldBack_ = false;                              // goes on when there are no such lines
   std::size_t written_ = 0;                              // of the first, bytes
   std::size_t ending_ = 0;                               // lines that the present write ends
   std::size_t taken_ = 0;                                // since the watch began, bytes

@@ -10,7 +10,7 @@ bool HasEnded(const std::weak_ptr<Client>& client) { return client.expired(); }
 }  // namespace
 
 void Clients::Broadcast(const SharedLine& line, const Filter& takes) const {
-  const auto queued = std::make_shared<const QueuedLine>(line, shared_->cause, shared_->queued);
+  const auto queued = std::make_shared<const QueuedLine>(line, shared_->cause);
   for (const auto& weak : clients_) {
     const auto client = weak.lock();
     if (client && (!takes || takes(*client))) client->Queue(queued);

@@ -30,12 +30,10 @@ class Clients {
 
   /// How many there are, with those whose WebSocket is being opened or closed.
   std::size_t GetCount() const;
-  /// Whether more than `Limits::totalSize` is queued for clients.
-  bool IsFull() const { return *shared_->queued > shared_->limits.totalSize; }
 
   /// Whether there is room for one more under that path. Called by `Connection`.
   bool HasRoom(const std::string& path) const {
-    return shared_->places[path].GetTaken() < shared_->limits.clients;
+    return shared_->paths[path].places.GetTaken() < shared_->limits.clients;
   }
   /// Makes a client of this server; see its constructor. Called by `Connection`.
   std::shared_ptr<Client> Make(Socket socket, std::string path, std::shared_ptr<const void> place);

@@ -23,12 +23,12 @@ struct Limits {
   /// which a client must take an eighth of its queue in each `stallTime`.
   std::size_t queueSize = 1024 << 10;
   /// Still queued, for any clients, of the lines that one client's messages caused: the high-water
-  /// mark, above which no more is read from that client. It is higher than `queueSize`, so that a
-  /// slow client is closed before it can hold back one that sends little.
+  /// mark, above which no more of its messages are passed on. It is higher than `queueSize`, so
+  /// that a slow client is closed before it can hold back one that sends little.
   std::size_t sentSize = 2048 << 10;
-  /// Queued for all clients together, each line counted once: the high-water mark, above which
-  /// `shareSize` takes the place of `sentSize`.
-  std::size_t totalSize = std::size_t{32} << 20;
+  /// Likewise, of the lines that the messages of all clients of one path caused: the high-water
+  /// mark, above which `shareSize` takes the place of `sentSize` and `queueSize` for its clients.
+  std::size_t pathSize = 8192 << 10;
   std::size_t shareSize = 64 << 10;
   std::size_t socketSize = 256 << 10;  // the kernel's buffer of a connection, in each direction
 

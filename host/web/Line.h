@@ -17,22 +17,25 @@ using SharedLine = std::shared_ptr<const std::string>;
 /// by connecting again.
 struct Backlog {
   std::size_t size = 0;                            // bytes
+  std::shared_ptr<std::size_t> pathSize;           // of all clients of its path, bytes
   std::shared_ptr<const void> connection, client;  // places; see `State`
 };
 
-/// A line in the queues of clients, counted in the total of all lines, and in the backlog of the
-/// client that caused it, until the last of them has sent it.
+/// A line in the queues of clients, counted once in the backlog of the client that caused it, until
+/// the last of them has sent it.
 class QueuedLine {
  public:
   /// `cause` is null for a line that no client caused.
-  QueuedLine(SharedLine text, std::shared_ptr<Backlog> cause, std::shared_ptr<std::size_t> total)
-      : text_(std::move(text)), cause_(std::move(cause)), total_(std::move(total)) {
-    *total_ += GetCost();
-    if (cause_) cause_->size += GetCost();
+  QueuedLine(SharedLine text, std::shared_ptr<Backlog> cause)
+      : text_(std::move(text)), cause_(std::move(cause)) {
+    if (!cause_) return;
+    cause_->size += GetCost();
+    *cause_->pathSize += GetCost();
   }
   ~QueuedLine() {
-    *total_ -= GetCost();
-    if (cause_) cause_->size -= GetCost();
+    if (!cause_) return;
+    cause_->size -= GetCost();
+    *cause_->pathSize -= GetCost();
   }
   QueuedLine(const QueuedLine&) = delete;
   QueuedLine& operator=(const QueuedLine&) = delete;
@@ -45,7 +48,6 @@ class QueuedLine {
  private:
   const SharedLine text_;
   const std::shared_ptr<Backlog> cause_;
-  const std::shared_ptr<std::size_t> total_;
 };
 
 }  // namespace web

@@ -36,7 +36,9 @@ void Turns::Schedule(const boost::asio::any_io_executor& executor, QueuePtr queu
 }
 
 void Turns::Run(const boost::asio::any_io_executor& executor, QueuePtr queue) {
-  std::deque<Turn>& turns = queue->idle.empty() ? queue->busy : queue->idle;
+  const bool isIdle = !queue->idle.empty() && (!queue->wasIdle || queue->busy.empty());
+  queue->wasIdle = isIdle;
+  std::deque<Turn>& turns = isIdle ? queue->idle : queue->busy;
   const Turn turn = std::move(turns.front());
   turns.pop_front();
   // Before the turn, which may throw, and may ask for another.

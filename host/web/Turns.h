@@ -8,9 +8,10 @@
 
 namespace web {
 
-/// The order in which clients' lines are passed on: one in each turn of the event loop, first those
-/// of clients that were idle, then the others, each in the order of their coming. So a client that
-/// sends little waits for one line of a flood at most.
+/// The order in which clients' lines are passed on: one in each turn of the event loop, by turns
+/// one of a client that was idle and one of another, each in the order of their coming. A client
+/// has one line at most that waits. So one that sends little waits for those of the others that
+/// send little, and for as many of all that send much, not for one of each of these.
 class Turns {
  public:
   using Clock = std::chrono::steady_clock;
@@ -37,6 +38,7 @@ class Turns {
  private:
   struct Queue {
     std::deque<Turn> idle, busy;  // of clients that were idle, and of the others
+    bool wasIdle = false;         // the last turn's client
   };
   using QueuePtr = std::shared_ptr<Queue>;
 

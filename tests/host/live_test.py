@@ -14,7 +14,9 @@ import threading
 import time
 import unittest
 
+
 import pexpect
+import websocket
 
 from live import Client, Host
 
@@ -129,6 +131,26 @@ class LiveHost(unittest.TestCase):
         for step in ("SEND_REQUEST_EVENT id=1", "REMOVE_SERVICE id=2", "ADD_SERVICE name=Valet"):
             client.send(step)
             client.wait_for("push")
+
+    def test_lets_the_queries_of_guests_wait_for_their_long_answers_and_nobody_else(self):
+        services = "".join(f'<guest_service id="{i}" name="{i}" description="{"x" * 50000}"/>'
+                           for i in range(1, 101))
+        with open(self.state, "w") as file:
+            file.write(f"<guest_services>{services}</guest_services>")
+        host = self.start()
+        waiting, desk = self.client(host, role="guest"), self.client(host, role="desk")
+        readers = [self.client(host, role="guest") for _ in range(2)]
+        for reader in readers:
+            reader.send("ui GET_ALL_SERVICES")
+        waiting.send("ui GET_SERVICE_TYPES")
+        desk.ask("GET_SERVICE_TYPES")
+        waiting.settimeout(0.3)
+        with self.assertRaises(websocket.WebSocketTimeoutException):
+            waiting.wait_for("answer")
+        for reader in readers:
+            reader.wait_for("answer")
+        waiting.settimeout(5)
+        waiting.wait_for("answer")
 
     def test_goes_on_while_its_output_is_not_read(self):
         host = self.start(reads=False)

@@ -101,11 +101,11 @@ TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
     line == "hello" ? client.Send(line) : slow.lock()->Send(std::string(1000, 'x'));
     return true;
   };
-  // Its own limit, and its share of what all may fill.
-  for (const auto& [own, total] : {std::pair{20'000, 1'000'000}, {1'000'000, 1000}}) {
+  // Its own limit, and its share of what its path may fill.
+  for (const auto& [own, ofPath] : {std::pair{20'000, 1'000'000}, {1'000'000, 1000}}) {
     lines = 0;
     site_.limits.sentSize = own;
-    site_.limits.totalSize = total;
+    site_.limits.pathSize = ofPath;
     site_.limits.shareSize = 20'000;
     Start();
     Peer reader(io_), flood(io_), quiet(io_);
@@ -124,18 +124,53 @@ TEST_F(WebLimits, HoldBackTheSenderThatFillsAQueueAndNoOther) {
   }
 }
 
-TEST_F(WebLimits, OfferALineAgainUntilItIsTaken) {
-  std::string offered;
+TEST_F(WebLimits, OfferALineUntilItIsTakenToAClientThatStays) {
+  site_.limits.idleTime = milliseconds(100);
+  site_.limits.messageSize = 10'000;
+  bool takesAll = false;
+  std::string taken;
   site_.handlers.onClient = [](web::Client&) {};
-  site_.handlers.onLine = [&](web::Client&, const std::string& line) {
-    offered += line + ' ';
-    return line != "wait" || offered.size() > 10;
+  site_.handlers.onLine = [&](web::Client& client, const std::string& line) {
+    if (!takesAll && line == "wait") return false;
+    taken += line + ' ';
+    client.Send(line);
+    return true;
   };
   Start();
   Peer waiting(io_), other(io_);
   for (Peer* const each : {&waiting, &other}) Open(*each, "/ws/one");
   for (const char* const line : {"wait", "next"}) Write(waiting, line);
-  EXPECT_TRUE(RunUntil([&] { return offered == "wait wait wait next "; })) << offered;
+  // It answers the server's pings meanwhile.
+  boost::beast::flat_buffer answer;
+  std::string result;
+  waiting.async_read(answer, [&](error_code error, std::size_t) {
+    result = error ? error.message() : boost::beast::buffers_to_string(answer.data());
+  });
+  Write(other, "hello");
+  EXPECT_EQ(Read(other, 1), "hello\n");
+  io_.run_for(milliseconds(500));
+  EXPECT_EQ(taken, "hello ");
+  takesAll = true;
+  EXPECT_TRUE(RunUntil([&] { return taken == "hello wait next "; })) << taken;
+  EXPECT_TRUE(RunUntil([&] { return !result.empty(); }));
+  EXPECT_EQ(result, "wait");
+}
+
+TEST_F(WebLimits, PassOnTheLineOfAClientThatHasGone) {
+  std::string taken;
+  site_.handlers.onClient = [](web::Client&) {};
+  site_.handlers.onLine = [&](web::Client&, const std::string& line) {
+    std::this_thread::sleep_for(milliseconds(20));
+    taken += line;
+    return true;
+  };
+  Start();
+  std::list<Peer> peers;
+  for (int i = 0; i < 4; ++i) Open(peers.emplace_back(io_), "/ws/one");
+  // All come at once, and the last one's end before its turn.
+  for (Peer& peer : peers) peer.write(buffer("x", 1));
+  peers.back().next_layer().close();
+  EXPECT_TRUE(RunUntil([&] { return taken == "xxxx"; })) << taken;
 }
 
 TEST_F(WebLimits, KeepNoMoreThanOneAnswerForAClientThatFloodsWithPings) {

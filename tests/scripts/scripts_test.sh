@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Usage: tests/scripts/scripts_test.sh PROJECT
 #
-# Runs copies of the scripts: all with wrong arguments, and scripts/run with a
-# build and a host that print their arguments.
+# Runs copies of the scripts: all with wrong arguments, scripts/run with a build
+# and a host that print their arguments, and scripts/test-packages with failures.
 set -euo pipefail
 
 FOLDER="$(mktemp -d)"
@@ -67,18 +67,35 @@ hands_its_arguments_to_the_host() {
   cmp build/hotel/state.xml host/sample-hotel.xml || FAILED=1
 }
 
+# stub FILE: makes a program of the standard input.
+stub() {
+  (echo '#!/bin/sh' && cat) >"$1"
+  chmod +x "$1"
+}
+
+ends_with_the_first_failure() {
+  stub scripts/install-packages </dev/null
+  stub scripts/package <<<'exit 1'
+  expect 1 "*part lint"$'\n'"test-packages: error: could not make the packages" test-packages lint
+  stub scripts/package </dev/null
+  stub bin/dpkg-deb </dev/null
+  # shellcheck disable=SC2016 # for the stub
+  stub bin/qemu-arm <<<'case "$*" in *replay*) exit 3 ;; esac'
+  expect 1 "test-packages: part armhf" test-packages armhf
+}
+
 cp -r "$1/scripts" "$FOLDER"
 mkdir -p "$FOLDER"/{host,build/release/bin,bin}
 cp "$1/host/sample-hotel.xml" "$FOLDER/host"
 cd "$FOLDER"
 # shellcheck disable=SC2016 # for the stub
-printf '#!/bin/sh\necho "cmake $*"\n: >build/release/build.ninja\n' >bin/cmake
+stub bin/cmake <<<'echo "cmake $*"; : >build/release/build.ninja'
 # shellcheck disable=SC2016
-printf '#!/bin/sh\necho "host $*"\n' >build/release/bin/guest-services-host
-chmod +x bin/cmake build/release/bin/guest-services-host
+stub build/release/bin/guest-services-host <<<'echo "host $*"'
 PATH="$PWD/bin:$PATH"
 shopt -s extglob
 
 refuses_wrong_arguments
 hands_its_arguments_to_the_host
+ends_with_the_first_failure
 exit "$FAILED"

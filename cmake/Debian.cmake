@@ -104,7 +104,7 @@ function(package_program component unit)
   compress("${made}/${program}.1" "${made}/${program}.1.gz")
   set(made_files "${made_files}" PARENT_SCOPE)
   install(FILES "${made}/${program}.1.gz" DESTINATION share/man/man1 COMPONENT ${component})
-  install(FILES "${sources}/${program}.bash" DESTINATION share/bash-completion/completions
+  install(FILES "${sources}/completion.bash" DESTINATION share/bash-completion/completions
           RENAME ${program} COMPONENT ${component})
   install(FILES "${sources}/${unit}.service" DESTINATION /lib/systemd/system COMPONENT ${component})
   install(FILES "${sources}/${unit}.default" DESTINATION /etc/default RENAME ${unit}

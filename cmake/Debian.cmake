@@ -1,10 +1,10 @@
 # Debian packages, one for each install component. scripts/package configures a build folder with
 # GUEST_SERVICES_DEBIAN and the prefix /usr, builds it and runs cpack there.
 
-set(version "${PROJECT_VERSION}-1")
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Guest Services maintainers <maintainers@guest-services.example>")
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SOURCE guest-services)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)

@@ -79,6 +79,14 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
           DESTINATION "share/doc/guest-services-${component}" COMPONENT ${component})
 endforeach()
 
+# Documents, with those that they refer to
+function(package_documents component)
+  list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/docs/")
+  install(FILES ${ARGN} DESTINATION "share/doc/guest-services-${component}" COMPONENT ${component})
+endfunction()
+package_documents(host deployment.md guarantees.md live-host.md scenarios.md troubleshooting.md)
+package_documents(bridge home-assistant.md mqtt.md troubleshooting.md)
+
 # Control files of the library
 set(CPACK_DEBIAN_AGENT_PACKAGE_CONTROL_EXTRA "${made}/triggers" "${made}/shlibs")
 file(WRITE "${made}/triggers" "activate-noawait ldconfig\n")

@@ -44,11 +44,12 @@ def install(packages):
     for package in packages:
         shutil.copy(package, in_tree("/tmp"))
     run_in_tree("apt-get", "-qq", "install", "--no-install-recommends", "-y",
+                "-o", "Dpkg::Options::=--force-confold",  # the owner's options stay
                 *("/tmp/" + os.path.basename(package) for package in packages))
 
 
 def make_next_version(package, folder):
-    """The same package with a higher version, as an upgrade has it."""
+    """The same package with a higher version and other files of options, as an upgrade has it."""
     tree = tempfile.mkdtemp(dir=folder)
     subprocess.run(["dpkg-deb", "--raw-extract", package, tree], check=True)
     control = os.path.join(tree, "DEBIAN", "control")
@@ -57,6 +58,9 @@ def make_next_version(package, folder):
     version = re.search(r"^Version: (.*)$", text, re.M)[1]
     with open(control, "w") as file:
         file.write(text.replace(version, version + "+next"))
+    for path in glob.glob(tree + "/etc/default/*"):
+        with open(path, "a") as file:
+            file.write("OPTIONS=--no-such-option\n")
     subprocess.run(["dpkg-deb", "--root-owner-group", "--build", tree, folder], check=True,
                    stdout=subprocess.DEVNULL)
 
@@ -132,9 +136,10 @@ class Property(unittest.TestCase):
         self.addCleanup(shutil.rmtree, folder)
         run_in_tree("apt-get", "-qq", "update")
         install(PACKAGES)
-        self.assertFalse(os.path.exists(in_tree("/etc/systemd/system/multi-user.target.wants/"
-                                                "guest-services-bridge.service")))
-        os.mkdir(in_tree(STATE), 0o700)  # as systemd does
+        enabled = os.listdir(in_tree("/etc/systemd/system/multi-user.target.wants"))
+        self.assertEqual([name for name in enabled if "guest" in name], ["guest-services.service"])
+        os.makedirs(in_tree("/var/lib/private/guest-services"), 0o700)  # as systemd does
+        os.symlink("private/guest-services", in_tree(STATE))
         self.port = find_port()
         write_options("guest-services", f"--listen 127.0.0.1:{self.port}")
         host = self.start_host()
@@ -163,7 +168,10 @@ class Property(unittest.TestCase):
         names = [os.path.basename(package).split("_")[0] for package in PACKAGES]
         run_in_tree("apt-get", "-qq", "remove", "-y", *names)
         self.assertFalse(os.path.exists(in_tree("/usr/bin/guest-services-host")))
-        self.assertTrue(os.path.exists(in_tree(STATE + "/state.xml")))
+        install(glob.glob(folder + "/*.deb"))
+        host = self.start_host()
+        self.assertTrue(self.is_open())
+        self.assertEqual(host.end(), 0)
         run_in_tree("dpkg", "--purge", *names)
         left = run_in_tree("find", "/etc", "/usr", "/lib", "/var/lib", "-name", "*guest-services*")
         self.assertEqual(left, "")

@@ -69,8 +69,10 @@ std::string ReadHealth(std::string_view text) {
 }  // namespace
 
 void ServiceList::Reset() {
-  const Seconds lostAt = time_ > 0 ? time_ : lostAt_;
+  // What was lost while it was told of the past is told again.
+  const Seconds time = time_, lostAt = isReplaying_ ? lostAt_ : time_;
   *this = ServiceList();
+  time_ = time;
   lostAt_ = lostAt;
 }
 

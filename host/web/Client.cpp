@@ -78,7 +78,11 @@ void Client::Read() {
 
 void Client::OnRead(const error_code& error) {
   if (error) return EndAfterLines();
-  if (!stream_.got_text()) return RefuseBinary();
+  if (!stream_.got_text()) {
+    isBinaryRead_ = true;
+    if (!isBusy_) RefuseBinary();
+    return;
+  }
   if (!stream_.is_message_done()) {
     if (!isInMessage_) SetDeadline(shared_->limits.messageTime);
     isInMessage_ = true;
@@ -90,19 +94,23 @@ void Client::OnRead(const error_code& error) {
   linesSize_ += lines_.back().size() + kLineOverhead;
   received_.clear();
   isReading_ = false;
-  ReadOn();
   if (!std::exchange(isBusy_, true)) AskForTurn();
+  ReadOn();
 }
 
 void Client::ReadOn() {
-  if (isReading_ || hasEnded_ || linesSize_ > shared_->limits.messageSize) return;
+  if (!isOpen_ || isReading_ || hasEnded_ || linesSize_ > shared_->limits.messageSize) return;
   isReading_ = true;
   Read();
 }
 
-void Client::AskForTurn() {
-  shared_->turns.Ask(stream_.get_executor(), turns_.IsIdle(),
-                     [self = shared_from_this()] { self->OfferLine(); });
+void Client::AskForTurn() noexcept {
+  try {
+    shared_->turns.Ask(stream_.get_executor(), turns_.IsIdle(),
+                       [self = shared_from_this()] { self->OfferLine(); });
+  } catch (const std::exception&) {  // memory has run out
+    Close();
+  }
 }
 
 void Client::OfferLine() {
@@ -119,11 +127,15 @@ void Client::OfferLine() {
   GoOn();
 }
 
-void Client::Pause(void (Client::*next)()) {
-  pauseTimer_.expires_after(shared_->limits.pauseTime);
-  pauseTimer_.async_wait([self = shared_from_this(), next](error_code) {
-    if (self->isOpen_) ((*self).*next)();
-  });
+void Client::Pause(void (Client::*next)()) noexcept {
+  try {
+    pauseTimer_.expires_after(shared_->limits.pauseTime);
+    pauseTimer_.async_wait([self = shared_from_this(), next](error_code) {
+      if (self->isOpen_) ((*self).*next)();
+    });
+  } catch (const std::exception&) {  // likewise
+    Close();
+  }
 }
 
 void Client::GoOn() {
@@ -136,7 +148,11 @@ void Client::GoOn() {
     return Pause(&Client::GoOn);
   }
   isBusy_ = !lines_.empty();
-  if (isBusy_) AskForTurn();
+  if (isBusy_) {
+    AskForTurn();
+  } else if (isBinaryRead_) {
+    RefuseBinary();
+  }
 }
 
 void Client::RefuseBinary() {
@@ -217,7 +233,7 @@ void Client::WatchQueue() {
   writeTimer_.expires_after(shared_->limits.stallTime);
   writeTimer_.async_wait([weak = weak_from_this(), least = queueSize_ / 8](error_code error) {
     const auto self = weak.lock();
-    if (error || !self) return;
+    if (error || !self || self->hasEnded_) return;
     self->isWatched_ = false;
     if (self->queueSize_ <= self->GetQueueLimit()) return;
     if (self->taken_ < least) return self->Close();
@@ -230,7 +246,8 @@ void Client::SetDeadline(std::chrono::milliseconds time) {
   readTimer_.async_wait([weak = weak_from_this()](error_code error) {
     const auto self = weak.lock();
     // The timer may have expired just before it was set again, or before the message ended.
-    if (error || !self || self->readTimer_.expiry() > std::chrono::steady_clock::now()) return;
+    if (error || !self || self->hasEnded_) return;
+    if (self->readTimer_.expiry() > std::chrono::steady_clock::now()) return;
     if (self->isInMessage_ || !self->isOpen_) self->Close();
   });
 }

@@ -36,7 +36,8 @@ class Client : public std::enable_shared_from_this<Client> {
     std::function<void(Client&)> onClient;
     /// The client sent a line: UTF-8 that may have line ends in it, and may be empty. Returns
     /// whether the line was taken. If not, it comes again after `Limits::pauseTime`, and the next
-    /// one waits meanwhile. A line comes also when its client has closed the WebSocket behind it.
+    /// one waits meanwhile. A line comes also when its client has closed the WebSocket, by a
+    /// handshake, behind it.
     std::function<bool(Client&, const std::string& line)> onLine;
   };
 
@@ -101,10 +102,10 @@ class Client : public std::enable_shared_from_this<Client> {
   /// wait.
   void ReadOn();
   /// Passes the first of its lines on when it is the client's turn.
-  void AskForTurn();
+  void AskForTurn() noexcept;
   void OfferLine();
   /// Calls a function after `pauseTime`.
-  void Pause(void (Client::*next)());
+  void Pause(void (Client::*next)()) noexcept;
   /// Passes the next line on when the client has been sent what its last one caused, and at most
   /// `sentSize` is queued for others, or `shareSize` while its path is full.
   void GoOn();
@@ -128,6 +129,7 @@ class Client : public std::enable_shared_from_this<Client> {
   boost::asio::steady_timer readTimer_;  // for the rest of a message, or a close
   bool isInMessage_ = false;
   bool isReading_ = false;
+  bool isBinaryRead_ = false;  // to be refused after the lines that wait
 
   std::deque<std::string> lines_;  // that the handler has not taken
   std::size_t linesSize_ = 0;      // bytes, with `kLineOverhead` for each

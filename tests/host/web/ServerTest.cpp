@@ -124,6 +124,16 @@ TEST_F(WebServer, ClosesWhoSendsWhatIsNoLine) {
     Read(peer, 1);
     EXPECT_EQ(peer.reason().code, code) << message;
   }
+  // What it sent before is a line.
+  Peer peer(io_);
+  Open(peer, "/ws/one");
+  Read(peer, 2);
+  peer.write(test::asio::buffer("x", 1));
+  peer.text(false);
+  peer.write(test::asio::buffer("y", 1));
+  EXPECT_EQ(Read(peer, 2), "to you: x\nto all: x\n");
+  Read(peer, 1);
+  EXPECT_EQ(peer.reason().code, 1003);
 }
 
 }  // namespace

@@ -3,7 +3,8 @@
 
 The first cells of the page's tables quote texts, with <names> for what varies. The rest of each stands
 in the strings of the sources. Each text that the host or the bridge throws, prints or sends as an error is quoted,
-but for refused steps, which the page has by family, and wrong calls of the classes (logic_error).
+but for refused steps, which the page has by family, and wrong calls of the classes (logic_error). So is each with which
+a script fails, but for wrong arguments.
 """
 
 import pathlib
@@ -43,9 +44,15 @@ def find_error_texts(code):
                 yield from strings(value)
 
 
+def find_script_errors(code):
+    """The texts of a script's errors, without what varies."""
+    for text in re.findall(r'^(?!\s*#).*\bfail "((?:\\.|[^"\\])*)', code, re.M):
+        yield from re.split(r"\$(?:\{[^}]*\}|\w+|\*|\(.*)", text.replace(r"\"", '"'))
+
+
 def remove_known(part, sources, known):
     """What is left of a part without what stands in the sources, in one string or in several."""
-    if any(part in source for source in sources.values()):
+    if any(part in text for text in (*sources.values(), *known)):
         return ""
     for text in known:
         part = part.replace(text, "")
@@ -59,7 +66,8 @@ def find_faults(root):
                for path in root.glob(pattern)}
     known = sorted({text for code in sources.values() for text in strings(code) if len(text) > 3}, key=len, reverse=True)
     for path, code in sources.items():
-        for text in find_error_texts(code) if path.suffix == ".cpp" else ():
+        find = find_script_errors if path.parent.name == "scripts" else find_error_texts
+        for text in find(code) if path.suffix not in (".js", ".cmake") else ():
             if WORDS.search(text) and not any(text.strip() in quote for quote in quotes):
                 yield f"{path}: {PAGE} has no entry for: {text}"
     for part in (part for quote in quotes for part in re.split(r"<[^>]*>", quote)):

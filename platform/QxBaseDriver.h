@@ -111,7 +111,7 @@ class PLATFORM_API QxBaseDriver : public IDriver {
   void EmRemoveByOwner(unsigned int id, CI_OWNER_ID_TYPE ownerType);
   unsigned int GetDeviceId() const;
 
-  /// A new, empty message, which the driver shares with nobody. Throws `std::bad_alloc` only.
+  /// A new, empty message, of which the driver keeps no copy. Throws `std::bad_alloc` only.
   boost::shared_ptr<IBindMessage> CreateBindMessage() const;
   /// As given to the constructor.
   IInstanceManager& GetInstanceManager() const;

@@ -141,7 +141,7 @@ dialog.oncancel = (event) => {
   event.preventDefault();
   leave();
 };
-// A second Escape would close the dialog, whatever became of its cancel event.
+// A second Escape would close the dialog although its cancel event is prevented.
 dialog.onkeydown = (event) => {
   if (event.key !== 'Escape') return;
   event.preventDefault();

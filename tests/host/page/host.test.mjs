@@ -60,7 +60,7 @@ const HOSTILE = [
   '\u202Egnihtemos\u202C', 'שירות חדרים', '{{7*7}} ${7*7}', ' \t\n ', '🛎️ e\u0301', LONG,
 ];
 
-test('names and descriptions are text in every view, whatever they hold', async () => {
+test('names and descriptions are text in every view, also with markup in them', async () => {
   const host = await startHost(...HOSTILE.map((text) => {
     const quoted = JSON.stringify(text); // escapes these as a step does
     return `ADD_SERVICE name=${quoted} description=${quoted} operarequest=${quoted} icon=1 delay=-1`;
